@@ -1,0 +1,26 @@
+#include "common/Alerts.h"
+
+#include "common/Diagnostics.h"
+
+namespace rz48 {
+namespace {
+AlertSink* g_sink = nullptr;
+}
+
+void setAlertSink(AlertSink* sink)
+{
+    g_sink = sink;
+}
+
+void showAlert(const QString& message, const QString& informative)
+{
+    if (g_sink) {
+        g_sink->showAlert(message, informative);
+        return;
+    }
+    diag("alert: %s\n", message.toUtf8().constData());
+    if (!informative.isEmpty())
+        diag("       %s\n", informative.toUtf8().constData());
+}
+
+} // namespace rz48

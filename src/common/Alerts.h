@@ -1,0 +1,20 @@
+#pragma once
+// Modal alerts go through one small interface: the application installs a
+// sink that shows a real message box, tests install one that records them.
+// Without a sink the alert is printed as a diagnostic line.
+#include <QString>
+
+namespace rz48 {
+
+class AlertSink {
+public:
+    virtual ~AlertSink() = default;
+    // A modal alert with the default button only.
+    virtual void showAlert(const QString& message, const QString& informative) = 0;
+};
+
+// Installs the sink (nullptr restores printing). Not owned.
+void setAlertSink(AlertSink* sink);
+void showAlert(const QString& message, const QString& informative = QString());
+
+} // namespace rz48

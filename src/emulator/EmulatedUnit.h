@@ -1,0 +1,86 @@
+#pragma once
+// The unit's side of the serial protocol, written on its own (it shares no
+// code with the panel's codecs). It keeps the unit's settings, answers every
+// query and setting with its report followed by CR LF and the prompt ">",
+// records MIDI note triggers, runs the cue transfer handshake, and can be told
+// to misbehave. Thread-safe: the host's thread feeds it while tests look on.
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace emu {
+
+using Clock = std::chrono::steady_clock;
+
+class EmulatedUnit {
+public:
+    static constexpr uint16_t kSettingsAddress = 0xFC00;
+    static constexpr size_t kSettingsSize = 64; // reported as size 3f, the highest offset
+
+    EmulatedUnit();
+
+    // Bytes from the panel; returns the bytes the unit answers at once.
+    std::string receive(std::string_view bytes, Clock::time_point now);
+    // Timed behaviour (the end of a cue transfer); returns bytes to send.
+    std::string tick(Clock::time_point now);
+
+    // --- misbehaviour ---
+    void setSilent(bool silent);            // reads everything, answers nothing
+    void setProbeAnswerOn(int n);           // answer "B" only from the Nth probe on (1 = always)
+    void setGarbage(bool garbage);          // answers are replaced by garbage bytes
+    void setSysExPrefix(bool sysex);        // every answer starts with a system-exclusive message
+    void setBadPairs(int count);            // the cue transfer ends with "h <count>"
+    void setVersion(const std::string& version);
+
+    // --- what the unit saw and holds ---
+    std::vector<std::string> commands() const;      // text lines received, without CR LF
+    std::vector<uint8_t> triggers() const;          // notes of MIDI note-on triggers
+    int probeCount() const;
+    std::vector<int64_t> fields(char letter) const; // current fields of a setting
+    std::array<uint8_t, kSettingsSize> settingsArea() const;
+    void setSettingsArea(const std::array<uint8_t, kSettingsSize>& area);
+
+    // Waits until at least n commands (or triggers) were received.
+    bool waitForCommands(size_t n, std::chrono::milliseconds timeout) const;
+    bool waitForTriggers(size_t n, std::chrono::milliseconds timeout) const;
+
+private:
+    struct Setting {
+        int count;      // number of fields
+        bool hexIn;     // base of the fields the panel sends
+        bool hexOut;    // base of the fields the unit reports
+        std::vector<int64_t> values;
+    };
+
+    std::string handleLine(const std::string& line, Clock::time_point now);
+    std::string report(char letter) const;
+    std::string answer(const std::string& body);
+    std::string garbage();
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    std::string input_;
+    std::map<char, Setting> settings_;
+    std::array<uint8_t, kSettingsSize> area_ {};
+    std::string version_ = "3.32.6";
+    std::vector<std::string> commands_;
+    std::vector<uint8_t> triggers_;
+    int probes_ = 0;
+    int probeAnswerOn_ = 1;
+    bool silent_ = false;
+    bool garbage_ = false;
+    bool sysex_ = false;
+    int badPairs_ = 0;
+    uint32_t noise_ = 0x2545F491u;
+
+    bool transferOpen_ = false;
+    Clock::time_point transferLast_ {};
+};
+
+} // namespace emu

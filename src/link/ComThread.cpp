@@ -1,0 +1,293 @@
+#include "link/ComThread.h"
+
+#include "common/Alerts.h"
+#include "common/Diagnostics.h"
+#include "common/WorkerCallback.h"
+#include "link/SerialPort.h"
+
+#include <QFileInfo>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr useconds_t kTick = 10000; // 10 ms between every read and loop pass
+constexpr int kAnswerWaitTicks = 30; // up to 300 ms for an answer to begin
+constexpr int kChunkSize = 255;
+constexpr char kDriverPage[] = "https://ftdichip.com/drivers/vcp-drivers/";
+
+void prepareSettings(termios& sp)
+{
+    std::memset(&sp, 0, sizeof sp);
+    sp.c_cflag = CS8 | CREAD | CLOCAL | CRTSCTS;
+    sp.c_iflag = 0;
+    sp.c_oflag = 0;
+    sp.c_lflag = 0;
+    sp.c_cc[VEOF] = 4;
+    sp.c_cc[VMIN] = 0;
+    sp.c_cc[VTIME] = 0;
+    cfsetispeed(&sp, B38400);
+    cfsetospeed(&sp, B38400);
+}
+
+} // namespace
+
+ComThread::ComThread()
+    : namePatterns_(rz48::serial::defaultNamePatterns())
+    , driverCheck_(&rz48::serial::ftdiDriverPresent)
+{
+}
+
+ComThread::~ComThread()
+{
+    stopThread();
+    if (fd_ >= 0)
+        ::close(fd_);
+}
+
+int32_t ComThread::openUsbSerial()
+{
+    QStringList paths;
+    if (!explicitPort_.isEmpty()) {
+        paths << explicitPort_;
+    } else {
+        const QByteArray dirName = searchDirectory_.toLocal8Bit();
+        DIR* dir = ::opendir(dirName.constData());
+        if (!dir)
+            return -1;
+        while (const dirent* entry = ::readdir(dir)) {
+            const QString name = QString::fromLocal8Bit(entry->d_name);
+            for (const QString& pattern : namePatterns_) {
+                if (name.contains(pattern)) {
+                    paths << searchDirectory_ + u'/' + name;
+                    break;
+                }
+            }
+        }
+        ::closedir(dir);
+    }
+
+    prepareSettings(sp_);
+    for (const QString& path : paths) {
+        if (probe(path)) {
+            rz48::diag("found RZ-48 on port %s\n", path.toLocal8Bit().constData());
+            com_ = QFileInfo(path).fileName();
+            return 0;
+        }
+    }
+
+    if (driverCheck_ && !driverCheck_())
+        rz48::showAlert(QStringLiteral("install USB driver found at ") + QLatin1String(kDriverPage));
+    com_ = QStringLiteral("RZ48 not found");
+    fd_ = -1;
+    return -1;
+}
+
+bool ComThread::probe(const QString& path)
+{
+    const QByteArray local = path.toLocal8Bit();
+    const int fd = ::open(local.constData(), O_RDWR | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) {
+        const int error = errno;
+        rz48::diag("failed to open %s\n", local.constData());
+        rz48::diag("%s\n", rz48::serial::openFailureReason(path, error).toLocal8Bit().constData());
+        return false;
+    }
+    if (::tcgetattr(fd, &old_sp_) != 0) {
+        // Not a terminal at all: never write a probe into an ordinary file.
+        const int error = errno;
+        rz48::diag("failed to open %s\n", local.constData());
+        rz48::diag("%s\n", rz48::serial::openFailureReason(path, error).toLocal8Bit().constData());
+        ::close(fd);
+        return false;
+    }
+    sp_.c_oflag = 0;
+    int rts = TIOCM_RTS;
+    ::ioctl(fd, TIOCMBIS, &rts); // pseudo-terminals refuse this (ENOTTY); harmless
+    ::tcflush(fd, TCIFLUSH);
+    ::tcsetattr(fd, TCSANOW, &sp_);
+    fd_ = fd;
+
+    sendString(QString()); // the thread is not running yet: queues nothing
+
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (sendStringPolling(QStringLiteral("B\r\n")).contains(QLatin1String("C190")))
+            return true;
+    }
+    ::close(fd);
+    fd_ = -1;
+    return false;
+}
+
+QString ComThread::sendStringPolling(const QString& text)
+{
+    if (fd_ < 1) // a descriptor of 0 counts as closed
+        return QString();
+    ::tcflush(fd_, TCIFLUSH);
+    const QByteArray bytes = text.toUtf8();
+    if (::write(fd_, bytes.constData(), size_t(bytes.size())) < 0)
+        return QString();
+
+    char buffer[256];
+    int collected = 0;
+    buffer[0] = 0;
+    for (int pass = 0; pass < 10 && collected < 255; ++pass) {
+        ::usleep(kTick);
+        const ssize_t n = ::read(fd_, buffer + collected, size_t(255 - collected));
+        if (n <= 0) // nothing arrived yet counts as a failed read
+            break;
+        collected += int(n);
+        buffer[collected] = 0;
+        if (std::strstr(buffer, "\r\n>"))
+            break;
+    }
+    return QString::fromUtf8(buffer, collected);
+}
+
+void ComThread::startThread(QObject* parent)
+{
+    stopThread();
+    {
+        std::lock_guard lock(ioLock_);
+        txArray_.clear();
+        txCount_ = 0;
+    }
+    abort_ = false;
+    thread_ = std::thread([this, parent] { run(parent); });
+}
+
+void ComThread::stopThread()
+{
+    if (!thread_.joinable())
+        return;
+    abort_ = true;
+    thread_.join();
+    std::lock_guard lock(ioLock_);
+    txArray_.clear();
+    txCount_ = 0;
+}
+
+void ComThread::enqueue(MsgClass message)
+{
+    if (fd_ == -1 || !thread_.joinable())
+        return; // not connected: dropped silently
+    std::lock_guard lock(ioLock_);
+    txArray_.push_back(std::move(message));
+    txCount_ = int(txArray_.size());
+}
+
+void ComThread::sendString(const QString& text)
+{
+    if (fd_ == -1 || !thread_.joinable())
+        return;
+    MsgClass message;
+    message.txString(text);
+    enqueue(std::move(message));
+}
+
+void ComThread::sendBytes(const void* bytes, uint32_t length)
+{
+    if (fd_ == -1 || !thread_.joinable())
+        return;
+    MsgClass message;
+    message.txBytes(bytes, length);
+    enqueue(std::move(message));
+}
+
+void ComThread::sendMidiTrigger(int32_t note)
+{
+    const unsigned char bytes[3] = {0x90, static_cast<unsigned char>(note & 0xFF), 0x40};
+    sendBytes(bytes, 3);
+}
+
+void ComThread::setBaud(int32_t speed)
+{
+    const speed_t s = rz48::serial::speedFromBaud(speed);
+    if (s == 0)
+        return;
+    cfsetispeed(&sp_, s);
+    cfsetospeed(&sp_, s);
+    if (fd_ >= 0)
+        ::tcsetattr(fd_, TCSANOW, &sp_);
+}
+
+int32_t ComThread::getBaud() const
+{
+    return rz48::serial::baudFromSpeed(cfgetospeed(&sp_));
+}
+
+int32_t ComThread::bytesAvailable() const
+{
+    int count = 0;
+    // After a hang-up the query fails: count that as nothing waiting.
+    if (fd_ < 0 || ::ioctl(fd_, FIONREAD, &count) != 0 || count < 0)
+        return 0;
+    return count;
+}
+
+void ComThread::writeAll(const QByteArray& bytes)
+{
+    // One write normally takes the whole message; a full output buffer (the
+    // unit holding CTS) gets a bounded number of retries, never a freeze.
+    const char* data = bytes.constData();
+    size_t left = size_t(bytes.size());
+    for (int tries = 0; left > 0 && tries < 50 && !abort_; ++tries) {
+        const ssize_t n = ::write(fd_, data, left);
+        if (n > 0) {
+            data += n;
+            left -= size_t(n);
+        } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
+            return;
+        } else {
+            ::usleep(2000);
+        }
+    }
+}
+
+void ComThread::run(QObject* parent)
+{
+    int chunkNumber = 0;
+    char buffer[kChunkSize];
+    while (!abort_) {
+        MsgClass next;
+        bool haveNext = false;
+        {
+            std::lock_guard lock(ioLock_);
+            if (!txArray_.empty()) {
+                next = std::move(txArray_.front());
+                txArray_.pop_front();
+                txCount_ = int(txArray_.size());
+                haveNext = true;
+            }
+        }
+        if (haveNext) {
+            writeAll(next.buffer());
+            for (int i = 0; i < kAnswerWaitTicks && !abort_; ++i) {
+                if (bytesAvailable() != 0)
+                    break;
+                ::usleep(kTick);
+            }
+        }
+
+        if (bytesAvailable() > 0) {
+            do {
+                const ssize_t n = ::read(fd_, buffer, sizeof buffer);
+                if (n <= 0)
+                    break; // a read error ends the burst
+                MsgClass chunk;
+                chunk.txBytes(buffer, uint32_t(n));
+                chunk.setText(QString::asprintf("%d", ++chunkNumber));
+                rz48::callParent(parent, "threadHasMsg", std::move(chunk));
+                ::usleep(kTick);
+            } while (!abort_ && bytesAvailable() > 0);
+        }
+        ::usleep(kTick);
+    }
+    rz48::diag("run() complete\n");
+}

@@ -1,0 +1,305 @@
+// The link against the emulated unit on real pseudo-terminals.
+#include "common/Alerts.h"
+#include "common/Diagnostics.h"
+#include "emulator/PtyHost.h"
+#include "link/ComThread.h"
+#include "support/TestSupport.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+using rz48test::ChunkRecorder;
+using rz48test::waitUntil;
+
+namespace {
+
+class RecordingAlerts : public rz48::AlertSink {
+public:
+    void showAlert(const QString& message, const QString& informative) override
+    {
+        messages << message;
+        EXPECT_TRUE(informative.isEmpty());
+    }
+    QStringList messages;
+};
+
+class LinkTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        rz48::setAlertSink(&alerts);
+        link.setSearchDirectory(dir.path());
+        link.setDriverCheck([] { return true; });
+    }
+    void TearDown() override
+    {
+        link.stopThread();
+        rz48::setAlertSink(nullptr);
+    }
+
+    emu::PtyHost& addUnit(const std::string& name)
+    {
+        hosts.push_back(std::make_unique<emu::PtyHost>());
+        std::string error;
+        EXPECT_TRUE(hosts.back()->start(dir.path().toStdString(), name, &error)) << error;
+        return *hosts.back();
+    }
+    std::string path(const char* name) const { return (dir.path() + u'/' + QLatin1String(name)).toStdString(); }
+
+    // Opens the one emulated unit and starts the thread.
+    emu::PtyHost& connect()
+    {
+        emu::PtyHost& unit = addUnit("tty.usbserial-EMU");
+        EXPECT_EQ(link.openUsbSerial(), 0);
+        link.startThread(&recorder);
+        return unit;
+    }
+
+    QTemporaryDir dir;
+    RecordingAlerts alerts;
+    std::vector<std::unique_ptr<emu::PtyHost>> hosts;
+    ChunkRecorder recorder; // outlives the link's thread
+    ComThread link;
+};
+
+size_t countOf(const std::vector<std::string>& v, const std::string& s)
+{
+    return size_t(std::count(v.begin(), v.end(), s));
+}
+
+TEST_F(LinkTest, FindsTheUnitAmongSeveralEntries)
+{
+    rz48::DiagCapture out;
+    ASSERT_EQ(::symlink("/nonexistent/ttyUSB9", path("tty.usbserial-A0").c_str()), 0);
+    emu::PtyHost& silent = addUnit("tty.usbserial-B1");
+    silent.unit().setSilent(true);
+    emu::PtyHost& late = addUnit("tty.usbserial-C2");
+    late.unit().setProbeAnswerOn(3);
+    emu::PtyHost& unrelated = addUnit("ttyS0");
+
+    ASSERT_EQ(link.openUsbSerial(), 0);
+    EXPECT_EQ(link.com(), QStringLiteral("tty.usbserial-C2"));
+    EXPECT_GT(link.fd(), 0);
+    EXPECT_EQ(late.unit().probeCount(), 3);
+    EXPECT_EQ(unrelated.unit().probeCount(), 0);
+    const int silentProbes = silent.unit().probeCount(); // 0 when found after the unit
+    EXPECT_TRUE(silentProbes == 0 || silentProbes == 3) << silentProbes;
+    EXPECT_NE(out.text().find("found RZ-48 on port " + path("tty.usbserial-C2") + "\n"), std::string::npos);
+    // When the search reached the entry that cannot be opened, it said so and why.
+    if (out.text().find("failed to open") != std::string::npos) {
+        EXPECT_NE(out.text().find("failed to open " + path("tty.usbserial-A0") + "\n" + path("tty.usbserial-A0")
+                                  + ": no such device"),
+                  std::string::npos);
+    }
+    EXPECT_TRUE(alerts.messages.isEmpty());
+}
+
+TEST_F(LinkTest, NoUnitAnswersMeansNotFound)
+{
+    rz48::DiagCapture out;
+    ASSERT_EQ(::symlink("/nonexistent/ttyUSB9", path("tty.usbserial-A0").c_str()), 0);
+    emu::PtyHost& silent = addUnit("tty.usbserial-B1");
+    silent.unit().setSilent(true);
+    emu::PtyHost& twoTries = addUnit("ttyUSB3");
+    twoTries.unit().setProbeAnswerOn(4); // would answer the fourth probe: too late
+
+    EXPECT_EQ(link.openUsbSerial(), -1);
+    EXPECT_EQ(link.com(), QStringLiteral("RZ48 not found"));
+    EXPECT_EQ(link.fd(), -1);
+    EXPECT_EQ(silent.unit().probeCount(), 3);
+    EXPECT_EQ(twoTries.unit().probeCount(), 3);
+    EXPECT_NE(out.text().find("failed to open " + path("tty.usbserial-A0") + "\n" + path("tty.usbserial-A0")
+                               + ": no such device"),
+              std::string::npos);
+    EXPECT_TRUE(alerts.messages.isEmpty()); // the driver is there
+
+    twoTries.unit().setSilent(true);
+    ComThread noDriver;
+    noDriver.setSearchDirectory(dir.path());
+    noDriver.setDriverCheck([] { return false; });
+    EXPECT_EQ(noDriver.openUsbSerial(), -1);
+    ASSERT_EQ(alerts.messages.size(), 1);
+    EXPECT_TRUE(alerts.messages[0].startsWith(QStringLiteral("install USB driver found at ")));
+}
+
+TEST_F(LinkTest, MissingDirectoryLeavesComAsItWas)
+{
+    link.setSearchDirectory(dir.path() + QStringLiteral("/gone"));
+    EXPECT_EQ(link.openUsbSerial(), -1);
+    EXPECT_TRUE(link.com().isEmpty());
+}
+
+TEST_F(LinkTest, ExplicitPortSkipsTheSearch)
+{
+    emu::PtyHost& unit = addUnit("any-name");
+    link.setSearchDirectory(QStringLiteral("/nonexistent"));
+    link.setExplicitPort(QString::fromStdString(unit.linkPath()));
+    ASSERT_EQ(link.openUsbSerial(), 0);
+    EXPECT_EQ(link.com(), QStringLiteral("any-name"));
+}
+
+TEST_F(LinkTest, OrdinaryFileIsNeverProbed)
+{
+    rz48::DiagCapture out;
+    const std::string file = path("tty.usbserial-file");
+    ::close(::open(file.c_str(), O_CREAT | O_WRONLY, 0600));
+    EXPECT_EQ(link.openUsbSerial(), -1);
+    EXPECT_NE(out.text().find(file + ": not a serial port"), std::string::npos);
+    QFile f(QString::fromStdString(file));
+    EXPECT_EQ(f.size(), 0);
+}
+
+TEST_F(LinkTest, RefusedPermissionIsExplained)
+{
+    // Root opens anything, so the attempt runs in a helper process that has
+    // dropped to an unprivileged user first.
+    const std::string file = path("tty.usbserial-locked");
+    ::close(::open(file.c_str(), O_CREAT | O_WRONLY, 0000));
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("RZ48_TEST_OPEN_AS_NOBODY"), QString::fromStdString(file));
+    child.setProcessEnvironment(env);
+    child.start(QCoreApplication::applicationFilePath(), {});
+    ASSERT_TRUE(child.waitForFinished(20000));
+    const QString output = QString::fromLocal8Bit(child.readAllStandardOutput());
+    EXPECT_EQ(child.exitCode(), 0) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("failed to open %1\n").arg(QString::fromStdString(file))));
+    EXPECT_TRUE(output.contains(QStringLiteral("permission denied")));
+    EXPECT_TRUE(output.contains(QStringLiteral("dialout")));
+}
+
+TEST_F(LinkTest, SendsBeforeStartThreadAreDropped)
+{
+    emu::PtyHost& unit = addUnit("tty.usbserial-EMU");
+    ASSERT_EQ(link.openUsbSerial(), 0);
+    link.sendString(QStringLiteral("A"));
+    link.sendMidiTrigger(1);
+    EXPECT_EQ(link.txCount(), 0);
+    link.startThread(&recorder);
+    link.sendString(QStringLiteral("Q"));
+    ASSERT_TRUE(waitUntil([&] { return !unit.unit().commands().empty() && unit.unit().commands().back() == "Q"; }));
+    // The probe, then the first command sent after the thread started.
+    const auto commands = unit.unit().commands();
+    EXPECT_EQ(commands.front(), "B");
+    EXPECT_EQ(countOf(commands, "A"), 0u);
+    EXPECT_EQ(commands.back(), "Q");
+    EXPECT_TRUE(unit.unit().triggers().empty());
+}
+
+TEST_F(LinkTest, TalkingUnitGetsCommandsInOrderOneAnswerAtATime)
+{
+    emu::PtyHost& unit = connect();
+    unit.setPacing(38400);
+    const QStringList sent {"A", "C", "E", "G", "H", "J", "M 15", "Q", "U", "X", "Y", "k", "m", "n", "r", "t"};
+    for (const QString& c : sent)
+        link.sendString(c);
+    const size_t probes = unit.unit().commands().size();
+    ASSERT_TRUE(unit.unit().waitForCommands(probes + size_t(sent.size()), 10s));
+    ASSERT_TRUE(waitUntil([&] { return recorder.allBytes().count("\r\n>") >= sent.size(); }, 5000));
+    const auto commands = unit.unit().commands();
+    for (int i = 0; i < sent.size(); ++i)
+        EXPECT_EQ(commands[probes + size_t(i)], sent[i].toStdString());
+    // Each answer arrives before the next command's: the reports come in command order.
+    const QList<QByteArray> reports = recorder.allBytes().split('>');
+    for (int i = 0; i < sent.size(); ++i)
+        EXPECT_EQ(reports[i].at(0), sent[i].toLatin1().at(0)) << i;
+    EXPECT_TRUE(recorder.allOnMainThread);
+    EXPECT_EQ(link.txCount(), 0);
+}
+
+TEST_F(LinkTest, SilentUnitDelaysEachCommandBy300ms)
+{
+    emu::PtyHost& unit = connect();
+    unit.unit().setSilent(true);
+    const size_t probes = unit.unit().commands().size();
+    QElapsedTimer timer;
+    timer.start();
+    link.sendString(QStringLiteral("A"));
+    link.sendString(QStringLiteral("C"));
+    link.sendString(QStringLiteral("E"));
+    EXPECT_GE(link.txCount(), 2);
+    ASSERT_TRUE(unit.unit().waitForCommands(probes + 3, 5s));
+    // Two full answer waits of 30 x 10 ms lie between the first and the third.
+    EXPECT_GE(timer.elapsed(), 600);
+    EXPECT_EQ(unit.unit().commands().back(), "E");
+}
+
+TEST_F(LinkTest, ChunksArriveInReadOrderAndAreNumbered)
+{
+    emu::PtyHost& unit = connect();
+    QByteArray expected;
+    for (int i = 0; i < 200; ++i)
+        expected += "# line " + QByteArray::number(i) + " of the unit's long answer\r\n";
+    unit.inject(expected.toStdString());
+    ASSERT_TRUE(waitUntil([&] { return recorder.allBytes().size() >= expected.size(); }, 10000));
+    EXPECT_EQ(recorder.allBytes(), expected);
+    for (size_t i = 0; i < recorder.chunks.size(); ++i) {
+        EXPECT_EQ(recorder.chunks[i].text(), QString::number(i + 1));
+        EXPECT_LE(recorder.chunks[i].buffer().size(), 255);
+    }
+    EXPECT_GE(recorder.chunks.size(), size_t(expected.size() / 255));
+}
+
+TEST_F(LinkTest, TriggerNoteKeepsTheLow8Bits)
+{
+    emu::PtyHost& unit = connect();
+    link.sendMidiTrigger(300);
+    link.sendMidiTrigger(124);
+    ASSERT_TRUE(unit.unit().waitForTriggers(2, 3s));
+    EXPECT_EQ(unit.unit().triggers(), (std::vector<uint8_t> {0x2C, 124}));
+}
+
+TEST_F(LinkTest, StopThreadTwiceIsHarmless)
+{
+    rz48::DiagCapture out;
+    connect();
+    link.stopThread();
+    link.stopThread();
+    EXPECT_EQ(out.text().find("run() complete"), out.text().rfind("run() complete"));
+    EXPECT_NE(out.text().find("run() complete\n"), std::string::npos);
+    EXPECT_FALSE(link.isRunning());
+    link.sendString(QStringLiteral("A")); // stopped: dropped
+    EXPECT_EQ(link.txCount(), 0);
+}
+
+TEST_F(LinkTest, HangUpEndsTheBurstAndTheLinkKeepsRunning)
+{
+    emu::PtyHost& unit = connect();
+    unit.inject(std::string(600, 'z'));
+    unit.hangUp();
+    ASSERT_TRUE(waitUntil([&] { return unit.hungUp(); }, 3000));
+    EXPECT_EQ(link.bytesAvailable(), 0);
+    link.sendString(QStringLiteral("A"));
+    link.sendString(QStringLiteral("C"));
+    ASSERT_TRUE(waitUntil([&] { return link.txCount() == 0; }, 3000));
+    EXPECT_TRUE(link.isRunning());
+    link.stopThread();
+}
+
+TEST_F(LinkTest, PollingNeedsAnOpenPortAndBaudFollowsTheSettings)
+{
+    ComThread closed;
+    EXPECT_EQ(closed.sendStringPolling(QStringLiteral("B\r\n")), QString());
+    EXPECT_EQ(closed.bytesAvailable(), 0);
+
+    addUnit("tty.usbserial-EMU");
+    ASSERT_EQ(link.openUsbSerial(), 0);
+    EXPECT_EQ(link.getBaud(), 38400);
+    EXPECT_TRUE(link.sendStringPolling(QStringLiteral("k\r\n")).startsWith(QStringLiteral("k fc00 3f")));
+    link.setBaud(230400);
+    EXPECT_EQ(link.getBaud(), 230400);
+    link.setBaud(38400);
+    EXPECT_EQ(link.getBaud(), 38400);
+}
+
+} // namespace
