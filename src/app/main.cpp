@@ -1,17 +1,19 @@
-// rz48panel: the RZ-48 control panel. This build runs the link on the
-// console: it finds the unit, sends the start-up queries and prints every
-// report line that comes back.
-#include "app/LinkConsole.h"
+// rz48panel: the RZ-48 control panel.
+#include "app/MainWindow.h"
+#include "app/MessageBoxAlerts.h"
+#include "app/RZ48AppDelegate.h"
 #include "common/Diagnostics.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
+#include "panel/rz48View.h"
 
+#include <QApplication>
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <csignal>
+#include <cstdio>
 #include <memory>
 
 namespace {
@@ -23,76 +25,87 @@ void onSignal(int)
     g_interrupted = 1;
 }
 
-const char* const kStartupQueries[] = {"A", "B", "C", "E", "G", "H", "J", "M 15", "Q",
-                                       "U", "X", "Y", "k", "m", "n", "r", "t"};
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("rz48panel"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("rz48panel"));
+    QApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Control panel for the RZ-48 video overlay unit.\n"
-        "Finds the unit on a USB serial port (names containing tty.usbserial or ttyUSB\n"
-        "in /dev), asks it for all of its settings and prints every report it sends."));
+        "Finds the unit on a USB serial port (entries of /dev whose names contain\n"
+        "tty.usbserial or ttyUSB), reads all of its settings, shows them as controls\n"
+        "and writes every change back to the unit at once."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption simulate(QStringLiteral("simulate"),
-                                      QStringLiteral("Run against the built-in emulated unit."));
+                                      QStringLiteral("Run against the built-in emulated unit on its own pseudo-terminal."));
     const QCommandLineOption port(QStringLiteral("port"),
-                                  QStringLiteral("Use this serial port; skips the search."),
-                                  QStringLiteral("path"));
-    const QCommandLineOption dir(QStringLiteral("dir"),
-                                 QStringLiteral("Search this directory instead of /dev."),
-                                 QStringLiteral("directory"));
-    const QCommandLineOption seconds(QStringLiteral("seconds"),
-                                     QStringLiteral("Quit after this many seconds (0: run until interrupted)."),
-                                     QStringLiteral("n"), QStringLiteral("0"));
-    parser.addOptions({simulate, port, dir, seconds});
+                                  QStringLiteral("Use this serial port and skip the search."), QStringLiteral("path"));
+    const QCommandLineOption devDir(QStringLiteral("dev-dir"),
+                                    QStringLiteral("Search this directory for the unit instead of /dev."),
+                                    QStringLiteral("directory"));
+    const QCommandLineOption screenshot(QStringLiteral("screenshot"),
+                                        QStringLiteral("Write a PNG of the window once the start-up reports are in, then quit."),
+                                        QStringLiteral("file"));
+    parser.addOptions({simulate, port, devDir, screenshot});
     parser.process(app);
 
-    ComThread link;
+    RZ48AppDelegate delegate;
+    QApplication::setQuitOnLastWindowClosed(delegate.applicationShouldTerminateAfterLastWindowClosed());
+
     std::unique_ptr<emu::PtyHost> host;
     QTemporaryDir simulationDir;
+    LinkOptions options;
     if (parser.isSet(simulate)) {
         host = std::make_unique<emu::PtyHost>();
         std::string error;
-        if (!simulationDir.isValid() || !host->start(simulationDir.path().toStdString(), "tty.usbserial-EMU", &error)) {
-            rz48::diag("cannot start the emulated unit: %s\n", error.c_str());
+        if (!simulationDir.isValid()
+            || !host->start(simulationDir.path().toStdString(), "tty.usbserial-EMU", &error)) {
+            std::fprintf(stderr, "rz48panel: cannot start the emulated unit: %s\n", error.c_str());
             return 1;
         }
         host->setPacing(38400);
-        link.setSearchDirectory(simulationDir.path());
+        options.searchDirectory = simulationDir.path();
     }
-    if (parser.isSet(dir))
-        link.setSearchDirectory(parser.value(dir));
+    if (parser.isSet(devDir))
+        options.searchDirectory = parser.value(devDir);
     if (parser.isSet(port))
-        link.setExplicitPort(parser.value(port));
+        options.explicitPort = parser.value(port);
 
-    LinkConsole console;
-    if (link.openUsbSerial() == 0) {
-        link.startThread(&console);
-        for (const char* query : kStartupQueries)
-            link.sendString(QString::fromLatin1(query));
-    }
-    rz48::diag("RZ48 version %s-%s\n", RZ48_VERSION, link.com().toUtf8().constData());
+    MainWindow window;
+    delegate.setWindow(&window);
+    MessageBoxAlerts alerts(&window);
+    rz48::setAlertSink(&alerts);
+    window.show();
+    window.view()->awakeFromNib(options);
+    delegate.applicationDidFinishLaunching();
 
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
-    QTimer interruptCheck;
-    QObject::connect(&interruptCheck, &QTimer::timeout, &app, [] {
-        if (g_interrupted)
-            QCoreApplication::quit();
+    QTimer poll;
+    const QString shotFile = parser.value(screenshot);
+    QObject::connect(&poll, &QTimer::timeout, &app, [&] {
+        if (g_interrupted) {
+            window.close();
+            return;
+        }
+        if (!shotFile.isEmpty() && window.view()->startupSettled()) {
+            poll.stop();
+            const bool saved = window.grab().save(shotFile, "PNG");
+            if (!saved)
+                std::fprintf(stderr, "rz48panel: cannot write %s\n", qPrintable(shotFile));
+            window.close();
+            if (!saved)
+                QCoreApplication::exit(1);
+        }
     });
-    interruptCheck.start(100);
-    if (const int n = parser.value(seconds).toInt(); n > 0)
-        QTimer::singleShot(n * 1000, &app, &QCoreApplication::quit);
+    poll.start(100);
 
     const int result = app.exec();
-    link.stopThread();
+    rz48::setAlertSink(nullptr);
     return result;
 }

@@ -231,6 +231,16 @@ std::vector<int64_t> EmulatedUnit::fields(char letter) const
     return it == settings_.end() ? std::vector<int64_t>() : it->second.values;
 }
 
+void EmulatedUnit::setFields(char letter, const std::vector<int64_t>& values)
+{
+    std::lock_guard lock(mutex_);
+    auto it = settings_.find(letter);
+    if (it == settings_.end())
+        return;
+    for (size_t i = 0; i < values.size() && i < it->second.values.size(); ++i)
+        it->second.values[i] = values[i];
+}
+
 std::array<uint8_t, EmulatedUnit::kSettingsSize> EmulatedUnit::settingsArea() const
 {
     std::lock_guard lock(mutex_);

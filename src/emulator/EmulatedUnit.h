@@ -43,6 +43,7 @@ public:
     std::vector<uint8_t> triggers() const;          // notes of MIDI note-on triggers
     int probeCount() const;
     std::vector<int64_t> fields(char letter) const; // current fields of a setting
+    void setFields(char letter, const std::vector<int64_t>& values);
     std::array<uint8_t, kSettingsSize> settingsArea() const;
     void setSettingsArea(const std::array<uint8_t, kSettingsSize>& area);
 

@@ -27,7 +27,7 @@ void usage(FILE* out)
         "as a symbolic link that the panel finds like a USB serial adapter.\n"
         "\n"
         "  --dir DIR        directory for the link (default $XDG_RUNTIME_DIR/rz48-emu,\n"
-        "                   or /tmp/rz48-emu-UID); point the panel at it with --dir DIR\n"
+        "                   or /tmp/rz48-emu-UID); point the panel at it with --dev-dir DIR\n"
         "  --name NAME      name of the link (default tty.usbserial-EMU)\n"
         "  --pace           send at the unit's 38400 bit/s instead of at once\n"
         "  --late MS        answer MS milliseconds late\n"
@@ -103,7 +103,7 @@ int main(int argc, char** argv)
         return 1;
     }
     std::printf("emulated RZ-48 on %s (%s)\n", host.linkPath().c_str(), host.slavePath().c_str());
-    std::printf("connect the panel with: rz48panel --dir %s\n", dir.c_str());
+    std::printf("connect the panel with: rz48panel --dev-dir %s\n", dir.c_str());
     std::fflush(stdout);
 
     std::signal(SIGINT, onSignal);

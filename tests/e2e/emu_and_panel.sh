@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # End to end with the real programs: rz48-emu publishes its port, the panel
-# finds it through the link and prints the unit's answers to the start-up queries.
+# finds it, asks for every setting and writes a screenshot once the reports
+# are in.
 set -u
 emu="$1"; panel="$2"
 dir=$(mktemp -d)
@@ -8,11 +9,15 @@ trap 'kill "$pid" 2>/dev/null; wait "$pid" 2>/dev/null; rm -rf "$dir"' EXIT
 "$emu" --dir "$dir" --pace >"$dir/emu.log" 2>&1 &
 pid=$!
 for _ in $(seq 50); do [ -L "$dir/tty.usbserial-EMU" ] && break; sleep 0.1; done
-out=$("$panel" --dir "$dir" --seconds 3 2>&1)
+out=$(QT_QPA_PLATFORM=offscreen timeout 60 "$panel" --dev-dir "$dir" --screenshot "$dir/panel.png" 2>&1)
+rc=$?
 echo "$out"
 fail=0
+[ $rc -eq 0 ] || { echo "panel exited with $rc"; fail=1; }
 grep -q "^found RZ-48 on port $dir/tty.usbserial-EMU$" <<<"$out" || { echo "panel did not find the unit"; fail=1; }
-grep -q "^RZ48 version .*-tty.usbserial-EMU$" <<<"$out" || { echo "no title line"; fail=1; }
-grep -q "^rx: t 60 52 7$" <<<"$out" || { echo "last start-up report missing"; fail=1; }
-grep -q 'rx: M 15\\r\\n' "$dir/emu.log" || { echo "unit did not log the start-up command"; fail=1; }
+[ "$(head -c 8 "$dir/panel.png" 2>/dev/null | od -An -tx1 | tr -d ' \n')" = "89504e470d0a1a0a" ] \
+  || { echo "no PNG screenshot"; fail=1; }
+for cmd in 'M 15' 't'; do
+  grep -q "rx: $cmd\\\\r\\\\n" "$dir/emu.log" || { echo "unit did not receive $cmd"; fail=1; }
+done
 exit $fail

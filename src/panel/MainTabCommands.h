@@ -1,0 +1,55 @@
+#pragma once
+// The commands of the main tab and the reading of their reports: reference
+// and priority ("A"), bars and grey scale ("G"), masking ("H"), pop and LTC
+// enables ("X"), generator ("M"), bypass ("Q"), delay trim ("J"), input
+// colour space ("Y") and the HDMI timing request ("N").
+#include <QString>
+
+#include <array>
+#include <cstdint>
+
+namespace rz48::maintab {
+
+enum Reference { Flat = 0, Pulldown = 1, Auto = 2 };
+
+struct Rate {
+    int reference = Flat;
+    bool endPunch = false;
+    bool hdmiPriority = false;
+};
+QString rateCommand(const Rate& rate);    // "A %x"
+Rate rateFromReport(uint32_t bits);
+
+struct BarsGray {
+    bool bars = false;
+    bool gray = false;
+};
+QString barsCommand(const BarsGray& value); // "G %d" (the report is read as hexadecimal)
+BarsGray barsFromReport(uint32_t bits);
+
+// Top, bottom, left, right, transparency.
+using Masking = std::array<int, 5>;
+QString maskingCommand(const Masking& masking); // "H %d %d %d %d %d"
+
+struct PopEnables {
+    bool streamerAccum = false;
+    bool punch = false;
+    bool streamer = false;
+    bool ltc = false; // pop when clear
+};
+QString popCommand(const PopEnables& pop); // "X %d"
+PopEnables popFromReport(int32_t bits);
+
+QString generatorCommand(int index);       // "M %d", 15 = generator off
+QString bypassCommand(bool on);            // "Q 1" / "Q 0"
+QString trimCommand(int trim);             // "J %d"
+QString colorSpaceCommand(int index);      // "Y %d"
+QString hdmiTimingCommand(bool extended);  // "N 1" / "N 0"
+inline const char* const kStreamerFieldsCommand = "l";
+
+// The delay trim is shown divided by 50; typed values are multiplied by 50
+// and truncated toward zero.
+double trimDisplayValue(int trim);
+int trimFromDisplayValue(double shown);
+
+} // namespace rz48::maintab

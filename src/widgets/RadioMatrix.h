@@ -1,0 +1,29 @@
+#pragma once
+// A row or column of radio cells. Cells are not exclusive by themselves: the
+// owner turns the other cells off by hand. A click turns the clicked cell on
+// and reports it; setting cells from code reports nothing.
+#include <QList>
+#include <QWidget>
+
+class QRadioButton;
+
+class RadioMatrix : public QWidget {
+    Q_OBJECT
+public:
+    RadioMatrix(const QString& objectName, const QStringList& titles, Qt::Orientation orientation,
+                QWidget* parent = nullptr);
+
+    int cellCount() const { return int(cells_.size()); }
+    QRadioButton* cell(int index) const { return cells_.value(index); }
+    bool isCellOn(int index) const;
+    void setCellOn(int index, bool on);
+    void setAllOff();
+    // Index of the first cell that is on, -1 when none is.
+    int selectedCell() const;
+
+signals:
+    void cellClicked(int index);
+
+private:
+    QList<QRadioButton*> cells_;
+};

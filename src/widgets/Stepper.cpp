@@ -1,0 +1,68 @@
+#include "widgets/Stepper.h"
+
+#include <QKeyEvent>
+#include <algorithm>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <QWheelEvent>
+
+Stepper::Stepper(const QString& objectName, int minimum, int maximum, int increment, QWidget* parent)
+    : QWidget(parent)
+    , value_(minimum)
+    , minimum_(minimum)
+    , maximum_(maximum)
+    , increment_(increment)
+{
+    setObjectName(objectName);
+    setFocusPolicy(Qt::WheelFocus);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    up_ = new QToolButton(this);
+    down_ = new QToolButton(this);
+    up_->setArrowType(Qt::UpArrow);
+    down_->setArrowType(Qt::DownArrow);
+    for (QToolButton* b : {up_, down_}) {
+        b->setAutoRepeat(true);
+        b->setFixedSize(18, 11);
+        b->setFocusPolicy(Qt::NoFocus);
+        layout->addWidget(b);
+    }
+    up_->setObjectName(objectName + QStringLiteral("Up"));
+    down_->setObjectName(objectName + QStringLiteral("Down"));
+    connect(up_, &QToolButton::clicked, this, [this] { stepBy(1); });
+    connect(down_, &QToolButton::clicked, this, [this] { stepBy(-1); });
+}
+
+void Stepper::setValue(int value)
+{
+    value = qBound(minimum_, value, maximum_);
+    if (value == value_)
+        return;
+    value_ = value;
+    emit valueChanged(value_);
+}
+
+void Stepper::stepBy(int steps)
+{
+    const long long next = (long long)value_ + (long long)steps * increment_;
+    setValue(int(std::clamp<long long>(next, minimum_, maximum_)));
+}
+
+void Stepper::wheelEvent(QWheelEvent* event)
+{
+    const int delta = event->angleDelta().y();
+    if (delta != 0)
+        stepBy(delta > 0 ? 1 : -1);
+    event->accept();
+}
+
+void Stepper::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Up)
+        stepBy(1);
+    else if (event->key() == Qt::Key_Down)
+        stepBy(-1);
+    else
+        QWidget::keyPressEvent(event);
+}
