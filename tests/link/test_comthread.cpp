@@ -234,6 +234,22 @@ TEST_F(LinkTest, SilentUnitDelaysEachCommandBy300ms)
     EXPECT_EQ(unit.unit().commands().back(), "E");
 }
 
+TEST_F(LinkTest, LateAnswerHoldsTheNextCommandBack)
+{
+    emu::PtyHost& unit = connect();
+    unit.setAnswerDelay(150ms);
+    const size_t probes = unit.unit().commands().size();
+    QElapsedTimer timer;
+    timer.start();
+    link.sendString(QStringLiteral("A"));
+    link.sendString(QStringLiteral("C"));
+    ASSERT_TRUE(unit.unit().waitForCommands(probes + 2, 5s));
+    // "C" goes out only once the answer to "A" has begun to arrive.
+    EXPECT_GE(timer.elapsed(), 150);
+    ASSERT_TRUE(waitUntil([&] { return recorder.allBytes().count("\r\n>") >= 2; }));
+    EXPECT_TRUE(recorder.allBytes().startsWith("A 2\r\n>C "));
+}
+
 TEST_F(LinkTest, ChunksArriveInReadOrderAndAreNumbered)
 {
     emu::PtyHost& unit = connect();

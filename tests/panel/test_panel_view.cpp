@@ -218,6 +218,26 @@ TEST_F(PanelTest, ReportSetsControlsAndSendsNothing)
     EXPECT_EQ(host.unit().commands().size(), before);
 }
 
+TEST_F(PanelTest, GarbledUnitNeverStopsThePanel)
+{
+    rz48::DiagCapture out;
+    startWithUnit();
+    host.unit().setGarbage(true);
+    view->comThread()->sendString(QStringLiteral("Q"));
+    view->comThread()->sendString(QStringLiteral("G"));
+    host.inject(std::string("\xf0\x01\x02", 3)); // a system-exclusive message that never ends
+    host.inject(std::string(300, '\xff') + "\r\n");
+    ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }));
+    QTest::qWait(100);
+    host.inject(std::string("\xf7", 1));
+    host.unit().setGarbage(false);
+    const int lines = view->linesProcessed();
+    // The lines after the end of the message are read with the next chunk.
+    expectSends([&] { find<QCheckBox>("checkBoxBypass")->click(); }, "Q 1");
+    EXPECT_GT(view->linesProcessed(), lines);
+    EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
+}
+
 TEST_F(PanelTest, CueTransferProgressAndItsHide)
 {
     startWithUnit();
