@@ -7,7 +7,7 @@
 
 static void BM_DrainReportLines(benchmark::State& state)
 {
-    const QByteArray chunk = QByteArrayLiteral("C 0 28 0 64 0 10 ef 0\r\n>H 0 0 0 0 0\r\n>U 1 0 6 104 240 1\r\n>");
+    const QByteArray chunk = QByteArrayLiteral("C 0 28 0 64 0 ff ff 0\r\n>H 0 0 0 0 0\r\n>U 1 0 6 104 240 1\r\n>");
     const int lines = int(state.range(0));
     QByteArray input;
     for (int i = 0; i < lines / 3; ++i)
@@ -25,7 +25,7 @@ BENCHMARK(BM_DrainReportLines)->Arg(3)->Arg(90)->Arg(900);
 
 static void BM_CommandLine(benchmark::State& state)
 {
-    const QString text = QStringLiteral("C 0 28 0 64 0 10 ef 0");
+    const QString text = QStringLiteral("C 0 28 0 64 0 ff ff 0");
     for (auto _ : state) {
         MsgClass msg;
         msg.txString(text);

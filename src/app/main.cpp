@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -51,7 +52,10 @@ int main(int argc, char** argv)
     const QCommandLineOption screenshot(QStringLiteral("screenshot"),
                                         QStringLiteral("Write a PNG of the window once the start-up reports are in, then quit."),
                                         QStringLiteral("file"));
-    parser.addOptions({simulate, port, devDir, screenshot});
+    const QCommandLineOption tab(QStringLiteral("tab"),
+                                 QStringLiteral("Show this tab at start: 0 video, 1 streamer, 2 update, 3 punch, 4 overlay."),
+                                 QStringLiteral("index"));
+    parser.addOptions({simulate, port, devDir, screenshot, tab});
     parser.process(app);
 
     RZ48AppDelegate delegate;
@@ -82,6 +86,8 @@ int main(int argc, char** argv)
     rz48::setAlertSink(&alerts);
     window.show();
     window.view()->awakeFromNib(options);
+    if (parser.isSet(tab))
+        window.view()->tabView()->setCurrentIndex(parser.value(tab).toInt());
     delegate.applicationDidFinishLaunching();
 
     std::signal(SIGINT, onSignal);

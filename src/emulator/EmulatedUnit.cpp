@@ -29,7 +29,7 @@ EmulatedUnit::EmulatedUnit()
 {
     // letter: field count, base sent by the panel, base reported, power-on values
     settings_['A'] = {1, true, true, {0x2}};
-    settings_['C'] = {8, true, true, {0x0, 0x28, 0x0, 0x64, 0x0, 0x10, 0xef, 0x0}};
+    settings_['C'] = {8, true, true, {0x0, 0x28, 0x0, 0x64, 0x0, 0xff, 0xff, 0x0}};
     settings_['E'] = {8, true, true, {0x0, 0x70, 0x77, 0x87, 0x5, 0x64, 0x3, 0x1}};
     settings_['G'] = {1, false, true, {0}};
     settings_['H'] = {5, false, false, {0, 0, 0, 0, 0}};

@@ -148,7 +148,7 @@ void PtyHost::serve()
 
         pollfd p {master_, POLLIN, 0};
         const bool busy = !outgoing.empty();
-        ::poll(&p, 1, busy ? 1 : 2);
+        ::poll(&p, 1, busy ? 1 : 20);
         const auto now = Clock::now();
 
         if (p.revents & POLLIN) {

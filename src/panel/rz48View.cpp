@@ -3,6 +3,8 @@
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "common/TextValue.h"
+#include "cues/MonitorView.h"
+#include "cues/PunchView.h"
 #include "link/ComThread.h"
 #include "link/ReceiveDrain.h"
 #include "panel/MainTabCommands.h"
@@ -12,6 +14,7 @@
 #include "update/SRecord.h"
 #include "widgets/RadioMatrix.h"
 #include "widgets/Stepper.h"
+#include "widgets/WindowClose.h"
 
 #include <QCheckBox>
 #include <QColor>
@@ -81,10 +84,16 @@ void rz48View::buildWindow()
 
     tabViewRz48->addTab(buildMainTab(), tr("Video"));
 
-    streamerPage_ = new QWidget;
-    streamerPage_->setObjectName(QStringLiteral("streamerPage"));
-    new QVBoxLayout(streamerPage_);
-    tabViewRz48->addTab(streamerPage_, tr("Streamer"));
+    auto page = [](const char* name, QWidget* preview, QWidget* controls) {
+        auto* w = new QWidget;
+        w->setObjectName(QLatin1String(name));
+        auto* layout = new QHBoxLayout(w);
+        layout->addWidget(preview, 3, Qt::AlignTop);
+        layout->addWidget(controls, 2);
+        return w;
+    };
+    monitorView_ = new MonitorView;
+    tabViewRz48->addTab(page("streamerPage", monitorView_, monitorView_->controls()), tr("Streamer"));
 
     auto* update = new QWidget;
     update->setObjectName(QStringLiteral("updatePage"));
@@ -101,10 +110,8 @@ void rz48View::buildWindow()
     progressBarUpdate->hide();
     tabViewRz48->addTab(update, tr("Update"));
 
-    punchPage_ = new QWidget;
-    punchPage_->setObjectName(QStringLiteral("punchPage"));
-    new QVBoxLayout(punchPage_);
-    tabViewRz48->addTab(punchPage_, tr("Punch"));
+    punchView_ = new PunchView;
+    tabViewRz48->addTab(page("punchPage", punchView_, punchView_->controls()), tr("Punch"));
 
     overlayPage_ = new QWidget;
     overlayPage_->setObjectName(QStringLiteral("overlayPage"));
@@ -275,6 +282,8 @@ void rz48View::awakeFromNib(const LinkOptions& options)
         return;
     started_ = true;
     sinceStart_.start();
+    monitorView_->awakeFromNib();
+    punchView_->awakeFromNib();
 
     if (QWidget* w = window()) {
         w->raise();
@@ -297,9 +306,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     }
     initColorPanel();
     msg_ = std::make_unique<MsgClass>();
-    watchedWindow_ = window();
-    if (watchedWindow_)
-        watchedWindow_->installEventFilter(this);
+    onWindowClose(this, [this] { windowClosing(); });
 
     comThread_ = std::make_unique<ComThread>();
     if (!options.searchDirectory.isEmpty())
@@ -311,6 +318,8 @@ void rz48View::awakeFromNib(const LinkOptions& options)
 
     if (comThread_) {
         if (comThread_->openUsbSerial() == 0) {
+            punchView_->setComThread(comThread_.get());
+            monitorView_->setComThread(comThread_.get());
             comThread_->startThread(this);
             aTimer->start();
             for (const char* query : rz48::kStartupQueries)
@@ -387,8 +396,12 @@ void rz48View::processRxString(const QString& raw)
     case 'V':
     case 's':
         break;
-    case 'C': // streamer page
-    case 'E': // punch page
+    case 'C':
+        monitorView_->fromString(line);
+        break;
+    case 'E':
+        punchView_->fromString(line);
+        break;
     case 'U': // overlay page
     case 'm':
     case 'n':
@@ -532,15 +545,11 @@ bool rz48View::startupSettled() const
 
 // ---------------------------------------------------------------- closing
 
-bool rz48View::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == watchedWindow_ && event->type() == QEvent::Close)
-        windowClosing();
-    return QWidget::eventFilter(watched, event);
-}
-
 void rz48View::windowClosing()
 {
+    // The pages lose their link before it goes.
+    monitorView_->setComThread(nullptr);
+    punchView_->setComThread(nullptr);
     if (comThread_) {
         comThread_->stopThread();
         comThread_.reset();

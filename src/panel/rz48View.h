@@ -14,6 +14,8 @@
 #include <memory>
 
 class ComThread;
+class MonitorView;
+class PunchView;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -104,16 +106,14 @@ public:
     uint32_t stateSize() const { return stateSize_; }
     QTimer* timer() const { return aTimer; }
     QTabWidget* tabView() const { return tabViewRz48; }
-    // The tab pages the other editors are placed in.
-    QWidget* streamerPage() const { return streamerPage_; }
-    QWidget* punchPage() const { return punchPage_; }
+    MonitorView* monitorView() const { return monitorView_; }
+    PunchView* punchView() const { return punchView_; }
     QWidget* overlayPage() const { return overlayPage_; }
     // True once the start-up reports have come in and the link is quiet.
     bool startupSettled() const;
     int linesProcessed() const { return linesProcessed_; }
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -145,13 +145,12 @@ private:
     QElapsedTimer sinceStart_;
     int linesProcessed_ = 0;
     bool started_ = false;
-    QWidget* watchedWindow_ = nullptr;
     QList<QPair<QString, QColor>> colorList_;
 
     // Controls.
     QTabWidget* tabViewRz48 = nullptr;
-    QWidget* streamerPage_ = nullptr;
-    QWidget* punchPage_ = nullptr;
+    MonitorView* monitorView_ = nullptr;
+    PunchView* punchView_ = nullptr;
     QWidget* overlayPage_ = nullptr;
     RadioMatrix* rateMatrix = nullptr;
     RadioMatrix* priorityMatrix = nullptr;

@@ -19,7 +19,7 @@ TEST(EmulatedUnit, AnswersQueriesInEachLettersBase)
 {
     Unit u;
     EXPECT_EQ(u.send("B\r\n"), "B RZ-48 C190 emulated unit\r\n>");
-    EXPECT_EQ(u.send("C\r\n"), "C 0 28 0 64 0 10 ef 0\r\n>");
+    EXPECT_EQ(u.send("C\r\n"), "C 0 28 0 64 0 ff ff 0\r\n>");
     EXPECT_EQ(u.send("M\r\n"), "M 15\r\n>");
     EXPECT_EQ(u.send("t\r\n"), "t 60 52 7\r\n>");
     EXPECT_EQ(u.send("U\r\n"), "U 1 0 6 104 240 1\r\n>");

@@ -1,0 +1,84 @@
+#pragma once
+// The panel window on the emulated unit, offscreen: the fixture of the
+// window and page tests.
+#include "common/Alerts.h"
+#include "emulator/PtyHost.h"
+#include "link/ComThread.h"
+#include "panel/rz48View.h"
+#include "support/TestSupport.h"
+
+#include <QMainWindow>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+namespace rz48test {
+
+class RecordingAlerts : public rz48::AlertSink {
+public:
+    void showAlert(const QString& message, const QString&) override { messages << message; }
+    QStringList messages;
+};
+
+class PanelTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        rz48::setAlertSink(&alerts);
+        window = std::make_unique<QMainWindow>();
+        view = new rz48View;
+        window->setCentralWidget(view);
+    }
+    void TearDown() override
+    {
+        window->close();
+        window.reset();
+        rz48::setAlertSink(nullptr);
+    }
+
+    // Starts the panel on the emulated unit and waits for the start-up reports.
+    void startWithUnit()
+    {
+        std::string error;
+        ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
+        view->awakeFromNib({dir.path(), {}, [] { return true; }});
+        ASSERT_TRUE(view->comThread()->isRunning());
+        ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
+    }
+
+    // The directory holds no unit; the USB serial driver counts as installed.
+    LinkOptions noUnit() const { return {dir.path(), {}, [] { return true; }}; }
+
+    template <class T> T* find(const char* name)
+    {
+        T* w = view->findChild<T*>(QLatin1String(name));
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+
+    // Runs a user action and checks that exactly `expected` went to the
+    // unit, and that its report came back without being echoed.
+    void expectSends(const std::function<void()>& action, const std::string& expected)
+    {
+        const size_t before = host.unit().commands().size();
+        const int linesBefore = view->linesProcessed();
+        action();
+        ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() > linesBefore; })) << expected;
+        const auto commands = host.unit().commands();
+        ASSERT_EQ(commands.size(), before + 1) << expected;
+        EXPECT_EQ(commands.back(), expected);
+        EXPECT_EQ(view->comThread()->txCount(), 0);
+    }
+
+    QTemporaryDir dir;
+    emu::PtyHost host;
+    RecordingAlerts alerts;
+    std::unique_ptr<QMainWindow> window;
+    rz48View* view = nullptr;
+};
+
+} // namespace rz48test
