@@ -809,13 +809,7 @@ Qt::DropAction rz48View::dragOperationFor(const QMimeData* data, Qt::DropActions
 
 void rz48View::dragEnterEvent(QDragEnterEvent* event)
 {
-    const Qt::DropAction action = dragOperationFor(event->mimeData(), event->possibleActions());
-    if (action == Qt::IgnoreAction) {
-        event->ignore();
-        return;
-    }
-    event->setDropAction(action);
-    event->accept();
+    dragMoveEvent(event); // an enter is the first move
 }
 
 void rz48View::dragMoveEvent(QDragMoveEvent* event)
