@@ -246,3 +246,18 @@ TEST_F(PagesTest, ClosingTheWindowStopsBothWorkers)
 }
 
 } // namespace
+
+namespace {
+
+TEST(PagesWithoutWorkers, SetDrawSaysSo)
+{
+    rz48::DiagCapture out;
+    MonitorView monitor;
+    PunchView punch;
+    monitor.setDraw(1);
+    punch.setDraw(1);
+    monitor.streamerTx(); // no link: only the trace
+    EXPECT_EQ(out.text(), "MonitorView thread is nilPunchView thread is nil!\nstreamerTx\n");
+}
+
+} // namespace
