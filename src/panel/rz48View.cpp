@@ -3,6 +3,7 @@
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "common/TextValue.h"
+#include "cues/AnnunciatorView.h"
 #include "cues/MonitorView.h"
 #include "cues/PunchView.h"
 #include "link/ComThread.h"
@@ -113,10 +114,8 @@ void rz48View::buildWindow()
     punchView_ = new PunchView;
     tabViewRz48->addTab(page("punchPage", punchView_, punchView_->controls()), tr("Punch"));
 
-    overlayPage_ = new QWidget;
-    overlayPage_->setObjectName(QStringLiteral("overlayPage"));
-    new QVBoxLayout(overlayPage_);
-    tabViewRz48->addTab(overlayPage_, tr("Overlay"));
+    annunciatorView_ = new AnnunciatorView;
+    tabViewRz48->addTab(page("overlayPage", annunciatorView_, annunciatorView_->controls()), tr("Overlay"));
 }
 
 QWidget* rz48View::buildMainTab()
@@ -284,6 +283,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     sinceStart_.start();
     monitorView_->awakeFromNib();
     punchView_->awakeFromNib();
+    annunciatorView_->awakeFromNib();
 
     if (QWidget* w = window()) {
         w->raise();
@@ -320,6 +320,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
         if (comThread_->openUsbSerial() == 0) {
             punchView_->setComThread(comThread_.get());
             monitorView_->setComThread(comThread_.get());
+            annunciatorView_->setComThread(comThread_.get());
             comThread_->startThread(this);
             aTimer->start();
             for (const char* query : rz48::kStartupQueries)
@@ -402,11 +403,20 @@ void rz48View::processRxString(const QString& raw)
     case 'E':
         punchView_->fromString(line);
         break;
-    case 'U': // overlay page
+    case 'U':
+        annunciatorView_->fromString(line);
+        break;
     case 'm':
+        annunciatorView_->tcFromString(line);
+        break;
     case 'n':
+        annunciatorView_->comFromString(line);
+        break;
     case 'r':
+        annunciatorView_->textParamsFromString(line);
+        break;
     case 't':
+        annunciatorView_->annunciatorColorsFromString(line);
         break;
     case 'G': {
         const BarsGray value = barsFromReport(hex());
@@ -550,6 +560,7 @@ void rz48View::windowClosing()
     // The pages lose their link before it goes.
     monitorView_->setComThread(nullptr);
     punchView_->setComThread(nullptr);
+    annunciatorView_->setComThread(nullptr);
     if (comThread_) {
         comThread_->stopThread();
         comThread_.reset();

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 
+class AnnunciatorView;
 class ComThread;
 class MonitorView;
 class PunchView;
@@ -108,7 +109,7 @@ public:
     QTabWidget* tabView() const { return tabViewRz48; }
     MonitorView* monitorView() const { return monitorView_; }
     PunchView* punchView() const { return punchView_; }
-    QWidget* overlayPage() const { return overlayPage_; }
+    AnnunciatorView* annunciatorView() const { return annunciatorView_; }
     // True once the start-up reports have come in and the link is quiet.
     bool startupSettled() const;
     int linesProcessed() const { return linesProcessed_; }
@@ -151,7 +152,7 @@ private:
     QTabWidget* tabViewRz48 = nullptr;
     MonitorView* monitorView_ = nullptr;
     PunchView* punchView_ = nullptr;
-    QWidget* overlayPage_ = nullptr;
+    AnnunciatorView* annunciatorView_ = nullptr;
     RadioMatrix* rateMatrix = nullptr;
     RadioMatrix* priorityMatrix = nullptr;
     RadioMatrix* popMatrix = nullptr;
