@@ -9,6 +9,8 @@ class MainWindow : public QMainWindow {
 public:
     explicit MainWindow(QWidget* parent = nullptr);
     rz48View* view() const { return view_; }
+    // Menu items that need the panel started.
+    void addPanelMenus();
 
 private:
     rz48View* view_;

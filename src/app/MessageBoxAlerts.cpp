@@ -1,5 +1,6 @@
 #include "app/MessageBoxAlerts.h"
 
+#include <QFileDialog>
 #include <QMessageBox>
 
 void MessageBoxAlerts::showAlert(const QString& message, const QString& informative)
@@ -9,4 +10,33 @@ void MessageBoxAlerts::showAlert(const QString& message, const QString& informat
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(parent_ ? Qt::WindowModal : Qt::ApplicationModal);
     box->open();
+}
+
+rz48::SaveChoice MessageBoxAlerts::askSaveChanges(const QString& message)
+{
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("RZ48"), message,
+                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, parent_);
+    box.setDefaultButton(QMessageBox::Save);
+    switch (box.exec()) {
+    case QMessageBox::Save: return rz48::SaveChoice::Save;
+    case QMessageBox::Discard: return rz48::SaveChoice::Discard;
+    default: return rz48::SaveChoice::Cancel;
+    }
+}
+
+QString FileDialogPanel::savePath(const QString& title, const QString& suffix)
+{
+    QFileDialog dialog(parent_, title);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(suffix);
+    dialog.setNameFilter(QStringLiteral("*.%1").arg(suffix));
+    return dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty() ? dialog.selectedFiles().first() : QString();
+}
+
+QString FileDialogPanel::openPath(const QString& title, const QStringList& suffixes)
+{
+    QStringList patterns;
+    for (const QString& s : suffixes)
+        patterns << QStringLiteral("*.%1").arg(s);
+    return QFileDialog::getOpenFileName(parent_, title, QString(), patterns.join(u' '));
 }

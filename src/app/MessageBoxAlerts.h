@@ -2,6 +2,7 @@
 // Alerts as window-modal message boxes with the default button only. They
 // open without a nested event loop, so the receive drain never re-enters.
 #include "common/Alerts.h"
+#include "common/FilePanels.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -13,6 +14,21 @@ public:
     {
     }
     void showAlert(const QString& message, const QString& informative) override;
+    rz48::SaveChoice askSaveChanges(const QString& message) override;
+
+private:
+    QPointer<QWidget> parent_;
+};
+
+// Open and save panels as file dialogs.
+class FileDialogPanel : public rz48::FilePanel {
+public:
+    explicit FileDialogPanel(QWidget* parent)
+        : parent_(parent)
+    {
+    }
+    QString savePath(const QString& title, const QString& suffix) override;
+    QString openPath(const QString& title, const QStringList& suffixes) override;
 
 private:
     QPointer<QWidget> parent_;

@@ -6,6 +6,7 @@
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 #include "panel/rz48View.h"
+#include "widgets/WindowClose.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -84,8 +85,13 @@ int main(int argc, char** argv)
     delegate.setWindow(&window);
     MessageBoxAlerts alerts(&window);
     rz48::setAlertSink(&alerts);
+    FileDialogPanel panels(&window);
+    rz48::setFilePanel(&panels);
     window.show();
     window.view()->awakeFromNib(options);
+    window.addPanelMenus();
+    // Asked before anything else sees the close: unsaved cue list edits.
+    guardWindowClose(&window, [&window] { return window.view()->mayClose(); });
     if (parser.isSet(tab))
         window.view()->tabView()->setCurrentIndex(parser.value(tab).toInt());
     delegate.applicationDidFinishLaunching();
@@ -113,5 +119,6 @@ int main(int argc, char** argv)
 
     const int result = app.exec();
     rz48::setAlertSink(nullptr);
+    rz48::setFilePanel(nullptr);
     return result;
 }

@@ -23,4 +23,9 @@ void showAlert(const QString& message, const QString& informative)
         diag("       %s\n", informative.toUtf8().constData());
 }
 
+SaveChoice askSaveChanges(const QString& message)
+{
+    return g_sink ? g_sink->askSaveChanges(message) : SaveChoice::Discard;
+}
+
 } // namespace rz48

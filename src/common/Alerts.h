@@ -6,15 +6,21 @@
 
 namespace rz48 {
 
+enum class SaveChoice { Save, Discard, Cancel };
+
 class AlertSink {
 public:
     virtual ~AlertSink() = default;
     // A modal alert with the default button only.
     virtual void showAlert(const QString& message, const QString& informative) = 0;
+    // Unsaved work is about to be lost: save it, discard it, or stay.
+    virtual SaveChoice askSaveChanges(const QString& message) { return SaveChoice::Discard; }
 };
 
 // Installs the sink (nullptr restores printing). Not owned.
 void setAlertSink(AlertSink* sink);
 void showAlert(const QString& message, const QString& informative = QString());
+// Without a sink, unsaved work is discarded (nobody is there to ask).
+SaveChoice askSaveChanges(const QString& message);
 
 } // namespace rz48

@@ -2,7 +2,9 @@
 
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
+#include "common/FilePanels.h"
 #include "common/TextValue.h"
+#include "cuelist/CueDocument.h"
 #include "cues/AnnunciatorView.h"
 #include "cues/MonitorView.h"
 #include "cues/PunchView.h"
@@ -22,6 +24,7 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDragEnterEvent>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -309,6 +312,11 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     onWindowClose(this, [this] { windowClosing(); });
 
     comThread_ = std::make_unique<ComThread>();
+    cueDocument_ = std::make_unique<CueDocument>();
+    cueDocument_->makeWindowControllers();
+    cueDocument_->showWindows();
+    if (QWidget* w = window(); w && cueDocument_->window()) // beside the panel
+        cueDocument_->window()->move(w->frameGeometry().topRight() + QPoint(8, 0));
     if (!options.searchDirectory.isEmpty())
         comThread_->setSearchDirectory(options.searchDirectory);
     if (!options.explicitPort.isEmpty())
@@ -321,6 +329,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
             punchView_->setComThread(comThread_.get());
             monitorView_->setComThread(comThread_.get());
             annunciatorView_->setComThread(comThread_.get());
+            cueDocument_->setComThread(comThread_.get());
             comThread_->startThread(this);
             aTimer->start();
             for (const char* query : rz48::kStartupQueries)
@@ -399,6 +408,8 @@ void rz48View::processRxString(const QString& raw)
         break;
     case 'C':
         monitorView_->fromString(line);
+        if (cueDocument_)
+            cueDocument_->setOffset(-monitorView_->offset());
         break;
     case 'E':
         punchView_->fromString(line);
@@ -561,11 +572,69 @@ void rz48View::windowClosing()
     monitorView_->setComThread(nullptr);
     punchView_->setComThread(nullptr);
     annunciatorView_->setComThread(nullptr);
+    if (cueDocument_) {
+        cueDocument_->releaseItems();
+        cueDocument_->close();
+        cueDocument_.reset();
+    }
     if (comThread_) {
         comThread_->stopThread();
         comThread_.reset();
     }
     msg_.reset();
+}
+
+// ---------------------------------------------------------------- cue sheet files
+
+void rz48View::menuFileSave()
+{
+    if (!cueDocument_)
+        return;
+    const QString path = rz48::askSavePath(tr("Save cue sheet"), QStringLiteral("txt"));
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().toLower() != QLatin1String("txt")) {
+        rz48::showAlert(QStringLiteral("select a file with .txt extension"));
+        return;
+    }
+    QString error;
+    const bool written = cueDocument_->saveSheet(path, &error);
+    rz48::diag("status: %d\n", written ? 1 : 0);
+    if (!written)
+        rz48::showAlert(tr("cannot save %1").arg(path), error);
+}
+
+void rz48View::menuFileOpen()
+{
+    if (!cueDocument_)
+        return;
+    const QString path = rz48::askOpenPath(tr("Open cue sheet"), {QStringLiteral("TXT"), QStringLiteral("txt")});
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().toLower() != QLatin1String("txt")) {
+        rz48::showAlert(QStringLiteral("select a file with .txt extension"));
+        return;
+    }
+    QString error;
+    if (!cueDocument_->openSheet(path, &error))
+        rz48::showAlert(tr("cannot open %1").arg(path), error);
+    cueDocument_->showWindows();
+}
+
+bool rz48View::mayClose()
+{
+    if (!cueDocument_ || !cueDocument_->isModified())
+        return true;
+    switch (rz48::askSaveChanges(tr("The cue list has changes that are not saved. Save them before quitting?"))) {
+    case rz48::SaveChoice::Discard:
+        return true;
+    case rz48::SaveChoice::Cancel:
+        return false;
+    case rz48::SaveChoice::Save:
+        menuFileSave();
+        return !cueDocument_->isModified(); // still unsaved: stay open
+    }
+    return false;
 }
 
 // ---------------------------------------------------------------- senders

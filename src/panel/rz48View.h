@@ -15,6 +15,7 @@
 
 class AnnunciatorView;
 class ComThread;
+class CueDocument;
 class MonitorView;
 class PunchView;
 class QCheckBox;
@@ -52,6 +53,11 @@ public:
     void checkMicroVersion(const QString& current, const QString& minimum);
     // The panel's own window is closing: stop the link.
     void windowClosing();
+    // The cue sheet of the File menu.
+    void menuFileSave();
+    void menuFileOpen();
+    // Whether the panel may close: unsaved cue list edits are offered for saving.
+    bool mayClose();
 
     // --- main tab senders and handlers ---
     void sendRate();
@@ -107,6 +113,7 @@ public:
     uint32_t stateSize() const { return stateSize_; }
     QTimer* timer() const { return aTimer; }
     QTabWidget* tabView() const { return tabViewRz48; }
+    CueDocument* cueDocument() const { return cueDocument_.get(); }
     MonitorView* monitorView() const { return monitorView_; }
     PunchView* punchView() const { return punchView_; }
     AnnunciatorView* annunciatorView() const { return annunciatorView_; }
@@ -130,6 +137,7 @@ private:
     // Long-lived objects.
     std::unique_ptr<MsgClass> msg_;
     std::unique_ptr<ComThread> comThread_;
+    std::unique_ptr<CueDocument> cueDocument_;
     QTimer* aTimer = nullptr;
     int tag_ = 0;
     uint32_t progress_downcount = 0;

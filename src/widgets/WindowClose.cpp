@@ -27,7 +27,36 @@ private:
     std::function<void()> onClose_;
 };
 
+class CloseGuard : public QObject {
+public:
+    CloseGuard(QWidget* window, std::function<bool()> mayClose)
+        : QObject(window)
+        , mayClose_(std::move(mayClose))
+    {
+        window->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Close && watched == parent() && !mayClose_()) {
+            event->ignore();
+            return true;
+        }
+        return false;
+    }
+
+private:
+    std::function<bool()> mayClose_;
+};
+
 } // namespace
+
+void guardWindowClose(QWidget* window, std::function<bool()> mayClose)
+{
+    if (window)
+        new CloseGuard(window, std::move(mayClose));
+}
 
 void onWindowClose(QWidget* widget, std::function<void()> onClose)
 {

@@ -2,6 +2,7 @@
 // The panel window on the emulated unit, offscreen: the fixture of the
 // window and page tests.
 #include "common/Alerts.h"
+#include "common/FilePanels.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 #include "panel/rz48View.h"
@@ -20,7 +21,31 @@ namespace rz48test {
 class RecordingAlerts : public rz48::AlertSink {
 public:
     void showAlert(const QString& message, const QString&) override { messages << message; }
+    rz48::SaveChoice askSaveChanges(const QString& message) override
+    {
+        questions << message;
+        return answer;
+    }
     QStringList messages;
+    QStringList questions;
+    rz48::SaveChoice answer = rz48::SaveChoice::Cancel;
+};
+
+// File panels that answer with the paths a test sets.
+class ScriptedFilePanel : public rz48::FilePanel {
+public:
+    QString savePath(const QString&, const QString& suffix) override
+    {
+        suffixes << suffix;
+        return nextSave;
+    }
+    QString openPath(const QString&, const QStringList& offered) override
+    {
+        suffixes << offered.join(u',');
+        return nextOpen;
+    }
+    QString nextSave, nextOpen;
+    QStringList suffixes;
 };
 
 class PanelTest : public ::testing::Test {
@@ -29,6 +54,7 @@ protected:
     {
         ASSERT_TRUE(dir.isValid());
         rz48::setAlertSink(&alerts);
+        rz48::setFilePanel(&panels);
         window = std::make_unique<QMainWindow>();
         view = new rz48View;
         window->setCentralWidget(view);
@@ -38,6 +64,7 @@ protected:
         window->close();
         window.reset();
         rz48::setAlertSink(nullptr);
+        rz48::setFilePanel(nullptr);
     }
 
     // Starts the panel on the emulated unit and waits for the start-up reports.
@@ -77,6 +104,7 @@ protected:
     QTemporaryDir dir;
     emu::PtyHost host;
     RecordingAlerts alerts;
+    ScriptedFilePanel panels;
     std::unique_ptr<QMainWindow> window;
     rz48View* view = nullptr;
 };

@@ -1,0 +1,31 @@
+#pragma once
+// Open and save panels go through one small interface: the application
+// shows real file dialogs, tests supply the paths. Without a panel every
+// request is answered as cancelled.
+#include <QString>
+#include <QStringList>
+
+namespace rz48 {
+
+class FilePanel {
+public:
+    virtual ~FilePanel() = default;
+    // A path to save to, offering the extension `suffix`; empty when cancelled.
+    virtual QString savePath(const QString& title, const QString& suffix) = 0;
+    // A file to open among the given extensions; empty when cancelled.
+    virtual QString openPath(const QString& title, const QStringList& suffixes) = 0;
+};
+
+void setFilePanel(FilePanel* panel); // not owned; nullptr: every request is cancelled
+QString askSavePath(const QString& title, const QString& suffix);
+QString askOpenPath(const QString& title, const QStringList& suffixes);
+
+// Writes a file whole or not at all: a crash mid-way leaves the old file
+// as it was. Returns false (with the reason in `error`) when it fails.
+bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* error = nullptr);
+
+// Reads a whole UTF-8 text file of at most `maxBytes`; false (with the
+// reason in `error`) when it cannot be read, is larger, or is not UTF-8.
+bool readUtf8File(const QString& path, qint64 maxBytes, QString& text, QString* error = nullptr);
+
+} // namespace rz48

@@ -1,0 +1,242 @@
+#include "cuelist/CueSheet.h"
+
+#include "common/TextValue.h"
+#include "timecode/TCFormatter.h"
+#include "timecode/TcCalculator.h"
+
+#include <regex.h>
+
+#include <vector>
+
+namespace rz48::cuesheet {
+namespace {
+
+// Cue times: the last separator may be ";" (drop-frame sheets).
+const regex_t* cueTimePattern()
+{
+    static const regex_t* pattern = [] {
+        static regex_t compiled;
+        const int rc = regcomp(&compiled, "(([2][0-3])|([0-1][0-9]))\\:[0-5][0-9]\\:[0-5][0-9][:;][0-2][0-9]", REG_EXTENDED);
+        return rc == 0 ? &compiled : nullptr;
+    }();
+    return pattern;
+}
+
+// Where the first cue time starts: a byte offset into the text's UTF-8 form,
+// which the parser then uses as a character index (lines with non-ASCII
+// characters before the time are cut at the wrong place, as the sheet format
+// has always done).
+qsizetype cueTimeAt(const QString& text)
+{
+    const regex_t* pattern = cueTimePattern();
+    if (!pattern)
+        return -1;
+    const QByteArray utf8 = text.toUtf8();
+    regmatch_t match[1];
+    if (regexec(pattern, utf8.constData(), 1, match, 0) != 0)
+        return -1;
+    return qsizetype(match[0].rm_so);
+}
+
+bool isLineBreak(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 0x0A && u <= 0x0D) || u == 0x85 || u == 0x2028 || u == 0x2029;
+}
+
+QString shown(const QString& time)
+{
+    return TCFormatter::stringForObjectValue(time);
+}
+
+} // namespace
+
+bool boolValue(const QString& text)
+{
+    qsizetype i = 0;
+    while (i < text.size() && text.at(i).isSpace())
+        ++i;
+    if (i < text.size() && QStringLiteral("YyTt").contains(text.at(i)))
+        return true;
+    if (i < text.size() && (text.at(i) == u'+' || text.at(i) == u'-'))
+        ++i;
+    while (i < text.size() && text.at(i) == u'0')
+        ++i;
+    return i < text.size() && text.at(i) >= u'1' && text.at(i) <= u'9';
+}
+
+QString cueSheetInitValues(const Options& o)
+{
+    return QString::asprintf(";duplicate\t%d\n;midnight\t%d\n;text\t%d\n;cueId\t%d\n;pulldown\t%d\n", o.duplicate,
+                             o.midnight, o.text, o.cueId, o.pulldown)
+        + QStringLiteral(";start\t") + o.start + u'\n' + QString::asprintf(";tctype\t%d\n", o.tctype);
+}
+
+QString stringFromCueTable(const Options& options, const QList<CueItem>& arranged)
+{
+    QString sheet = cueSheetInitValues(options);
+    for (const CueItem& item : arranged) {
+        sheet += item.cueId + u'\t' + shown(item.cueIn) + u'\t' + shown(item.cueOut) + u'\t' + item.cueText + u'\t'
+            + item.cueNotes + u'\n';
+    }
+    return sheet;
+}
+
+void initValueFromString(const QString& line, Options& o)
+{
+    const QString trimmed = line.trimmed();
+    const qsizetype tab = trimmed.indexOf(u'\t');
+    if (tab < 0)
+        return;
+    const QString key = trimmed.left(tab);
+    const QString value = trimmed.mid(tab + 1);
+    if (key == QLatin1String(";duplicate"))
+        o.duplicate = boolValue(value);
+    else if (key == QLatin1String(";midnight"))
+        o.midnight = boolValue(value);
+    else if (key == QLatin1String(";text"))
+        o.text = boolValue(value);
+    else if (key == QLatin1String(";cueId"))
+        o.cueId = boolValue(value);
+    else if (key == QLatin1String(";pulldown"))
+        o.pulldown = boolValue(value);
+    else if (key == QLatin1String(";start"))
+        o.start = value;
+    else if (key == QLatin1String(";tctype"))
+        o.tctype = rz48::intValue(value);
+}
+
+std::optional<CueItem> textToCueTable(const QString& line)
+{
+    if (line.startsWith(u';'))
+        return std::nullopt;
+    const qsizetype at = cueTimeAt(line);
+    if (at < 0)
+        return std::nullopt;
+    CueItem item;
+    item.cueId = line.left(at);
+    item.cueIn = line.mid(at, 11);
+    QString rest = line.mid(at + 11);
+    item.cueOut.clear();
+    if (const qsizetype out = cueTimeAt(rest); out >= 0) {
+        item.cueOut = rest.mid(out, 11);
+        rest = rest.mid(out + 11);
+    }
+    rest = rest.trimmed();
+    const qsizetype tab = rest.indexOf(u'\t');
+    if (tab >= 0) {
+        item.cueText = rest.left(tab);
+        item.cueNotes = rest.mid(tab + 1);
+    } else {
+        item.cueText = rest;
+        item.cueNotes.clear();
+    }
+    return item;
+}
+
+void cueTableFromString(const QString& text, Options& options, QList<CueItem>& items)
+{
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && !isLineBreak(text.at(i)))
+            continue;
+        const QString line = text.mid(start, i - start);
+        start = i + 1;
+        if (!line.isEmpty() && line.at(0) == u';')
+            initValueFromString(line, options);
+        else if (std::optional<CueItem> item = textToCueTable(line))
+            items.append(*item);
+    }
+}
+
+QString removeUniChars(const QString& text)
+{
+    qsizetype i = 0;
+    while (i < text.size() && text.at(i).unicode() >= 0xF001)
+        ++i;
+    return text.mid(i);
+}
+
+QString cueItemText(const CueItem& item, bool cueIdIncluded, bool textIncluded)
+{
+    QString s;
+    if (cueIdIncluded) {
+        s = removeUniChars(item.cueId);
+        if (textIncluded)
+            s += QStringLiteral("\\n");
+    }
+    if (!textIncluded)
+        return s;
+    return s + removeUniChars(item.cueText);
+}
+
+QStringList txInOutsCommands(const QList<CueItem>& items, const TcCalculator& tcc)
+{
+    QStringList commands {QStringLiteral("h 0")};
+    for (const CueItem& item : items) {
+        const QString in = shown(item.cueIn);
+        if (!tcc.isTc(in))
+            break;
+        const QString out = shown(item.cueOut);
+        commands << QStringLiteral("f %1 %2").arg(in, tcc.isTc(out) ? out : QString());
+    }
+    return commands;
+}
+
+void sortCues(QList<CueItem>& items, bool duplicate, bool midnight, const TcCalculator& tcc)
+{
+    // 1. Order by In time across midnight. The comparison is not a strict
+    // weak ordering once cues span more than twelve hours, so a bottom-up
+    // merge sort, which stays in bounds whatever the comparison answers.
+    const qsizetype n = items.size();
+    std::vector<QString> keys(static_cast<size_t>(n));
+    std::vector<qsizetype> order(static_cast<size_t>(n)), buffer(static_cast<size_t>(n));
+    for (qsizetype i = 0; i < n; ++i) {
+        keys[size_t(i)] = items[i].getCueIn();
+        order[size_t(i)] = i;
+    }
+    auto before = [&](qsizetype a, qsizetype b) { return tcc.compareTc(keys[size_t(a)], keys[size_t(b)], 3) < 0; };
+    for (qsizetype width = 1; width < n; width *= 2) {
+        for (qsizetype lo = 0; lo < n; lo += 2 * width) {
+            const qsizetype mid = std::min(lo + width, n), hi = std::min(lo + 2 * width, n);
+            qsizetype l = lo, r = mid, k = lo;
+            while (l < mid && r < hi)
+                buffer[size_t(k++)] = before(order[size_t(r)], order[size_t(l)]) ? order[size_t(r++)] : order[size_t(l++)];
+            while (l < mid)
+                buffer[size_t(k++)] = order[size_t(l++)];
+            while (r < hi)
+                buffer[size_t(k++)] = order[size_t(r++)];
+        }
+        order.swap(buffer);
+    }
+    QList<CueItem> sorted;
+    sorted.reserve(n);
+    for (qsizetype i : order)
+        sorted.append(items[i]);
+    items = std::move(sorted);
+
+    // 2. Duplicates: the first cue of each run of equal In times stays.
+    if (duplicate && items.size() > 1) {
+        QList<CueItem> kept;
+        kept.reserve(items.size());
+        kept.append(items.first());
+        for (qsizetype i = 1; i < items.size(); ++i)
+            if (items[i].getCueIn().compare(kept.last().getCueIn(), Qt::CaseInsensitive) != 0)
+                kept.append(items[i]);
+        items = std::move(kept);
+    }
+
+    // 3. Midnight: start the list after the first jump of 13 hours or more.
+    if (midnight) {
+        for (qsizetype i = 0; i + 1 < items.size(); ++i) {
+            if (tcc.hrsToBinary(items[i + 1].getCueIn()) - tcc.hrsToBinary(items[i].getCueIn()) >= 13) {
+                QList<CueItem> rotated = items.mid(i + 1);
+                rotated.append(items.mid(0, i + 1));
+                items = std::move(rotated);
+                break;
+            }
+        }
+    }
+}
+
+} // namespace rz48::cuesheet
