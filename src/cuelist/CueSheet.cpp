@@ -6,6 +6,8 @@
 
 #include <regex.h>
 
+#include <algorithm>
+
 #include <vector>
 
 namespace rz48::cuesheet {
@@ -185,17 +187,37 @@ QStringList txInOutsCommands(const QList<CueItem>& items, const TcCalculator& tc
 
 void sortCues(QList<CueItem>& items, bool duplicate, bool midnight, const TcCalculator& tcc)
 {
-    // 1. Order by In time across midnight. The comparison is not a strict
-    // weak ordering once cues span more than twelve hours, so a bottom-up
-    // merge sort, which stays in bounds whatever the comparison answers.
+    // Each cue's In time is read once: shown form, frame count (30 non-drop,
+    // whatever the list's type) and hours.
+    struct Key {
+        QString shown;
+        int32_t frames;
+        int32_t hours;
+    };
     const qsizetype n = items.size();
-    std::vector<QString> keys(static_cast<size_t>(n));
-    std::vector<qsizetype> order(static_cast<size_t>(n)), buffer(static_cast<size_t>(n));
-    for (qsizetype i = 0; i < n; ++i) {
-        keys[size_t(i)] = items[i].getCueIn();
-        order[size_t(i)] = i;
+    std::vector<Key> keys;
+    keys.reserve(size_t(n));
+    for (const CueItem& item : items) {
+        const QString in = item.getCueIn();
+        keys.push_back({in, tcc.tcToBinary(in, 3), tcc.hrsToBinary(in)});
     }
-    auto before = [&](qsizetype a, qsizetype b) { return tcc.compareTc(keys[size_t(a)], keys[size_t(b)], 3) < 0; };
+
+    // 1. Order by In time across midnight, as compareTc with type 3 does. The
+    // comparison is not a strict weak ordering once cues span more than twelve
+    // hours, so a bottom-up merge sort, which stays in bounds whatever the
+    // comparison answers.
+    const int64_t half = TcCalculator::framesPerDay(3) / 2;
+    auto before = [&](qsizetype a, qsizetype b) {
+        int64_t d = int64_t(keys[size_t(a)].frames) - keys[size_t(b)].frames;
+        while (d > half)
+            d -= 2 * half;
+        while (d < -half)
+            d += 2 * half;
+        return d < 0;
+    };
+    std::vector<qsizetype> order(static_cast<size_t>(n)), buffer(static_cast<size_t>(n));
+    for (qsizetype i = 0; i < n; ++i)
+        order[size_t(i)] = i;
     for (qsizetype width = 1; width < n; width *= 2) {
         for (qsizetype lo = 0; lo < n; lo += 2 * width) {
             const qsizetype mid = std::min(lo + width, n), hi = std::min(lo + 2 * width, n);
@@ -209,34 +231,32 @@ void sortCues(QList<CueItem>& items, bool duplicate, bool midnight, const TcCalc
         }
         order.swap(buffer);
     }
-    QList<CueItem> sorted;
-    sorted.reserve(n);
-    for (qsizetype i : order)
-        sorted.append(items[i]);
-    items = std::move(sorted);
 
     // 2. Duplicates: the first cue of each run of equal In times stays.
-    if (duplicate && items.size() > 1) {
-        QList<CueItem> kept;
-        kept.reserve(items.size());
-        kept.append(items.first());
-        for (qsizetype i = 1; i < items.size(); ++i)
-            if (items[i].getCueIn().compare(kept.last().getCueIn(), Qt::CaseInsensitive) != 0)
-                kept.append(items[i]);
-        items = std::move(kept);
+    if (duplicate && n > 1) {
+        std::vector<qsizetype> kept;
+        kept.reserve(order.size());
+        for (qsizetype i : order)
+            if (kept.empty() || keys[size_t(i)].shown.compare(keys[size_t(kept.back())].shown, Qt::CaseInsensitive) != 0)
+                kept.push_back(i);
+        order.swap(kept);
     }
 
     // 3. Midnight: start the list after the first jump of 13 hours or more.
     if (midnight) {
-        for (qsizetype i = 0; i + 1 < items.size(); ++i) {
-            if (tcc.hrsToBinary(items[i + 1].getCueIn()) - tcc.hrsToBinary(items[i].getCueIn()) >= 13) {
-                QList<CueItem> rotated = items.mid(i + 1);
-                rotated.append(items.mid(0, i + 1));
-                items = std::move(rotated);
+        for (size_t i = 0; i + 1 < order.size(); ++i) {
+            if (keys[size_t(order[i + 1])].hours - keys[size_t(order[i])].hours >= 13) {
+                std::rotate(order.begin(), order.begin() + long(i + 1), order.end());
                 break;
             }
         }
     }
+
+    QList<CueItem> sorted;
+    sorted.reserve(qsizetype(order.size()));
+    for (qsizetype i : order)
+        sorted.append(items[i]);
+    items = std::move(sorted);
 }
 
 } // namespace rz48::cuesheet

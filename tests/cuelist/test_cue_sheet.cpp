@@ -180,6 +180,22 @@ TEST(CueSheet, SortOfAListSpanningAWholeDayStaysInBounds)
     EXPECT_GT(items.size(), 2000);
 }
 
+TEST(CueSheet, SortAgreesWithTheTimecodeComparison)
+{
+    const TcCalculator tcc;
+    std::mt19937 rng(11);
+    QList<CueItem> items;
+    for (int i = 0; i < 500; ++i) // within eleven hours: the comparison is a true ordering there
+        items.append(cue(QString::asprintf("%02u:%02u:00:%02u", unsigned(20 + rng() % 11) % 24, unsigned(rng() % 60),
+                                           unsigned(rng() % 30))));
+    QList<CueItem> expected = items;
+    std::stable_sort(expected.begin(), expected.end(), [&](const CueItem& a, const CueItem& b) {
+        return tcc.compareTc(a.getCueIn(), b.getCueIn(), 3) < 0;
+    });
+    sortCues(items, false, false, tcc);
+    EXPECT_EQ(ins(items), ins(expected));
+}
+
 TEST(CueItem, ArchiveCarriesEveryFieldAndSaysSo)
 {
     rz48::DiagCapture out;
