@@ -4,6 +4,7 @@
 #include "common/FilePanels.h"
 #include "cuelist/CueSheet.h"
 #include "cuelist/MidiTrack.h"
+#include "cuelist/PdfImport.h"
 #include "timecode/TcCalculator.h"
 
 #include <QCommandLineParser>
@@ -47,8 +48,9 @@ int main(int argc, char** argv)
     parser.setApplicationDescription(QStringLiteral(
         "Cue lists for the RZ-48 away from the unit.\n"
         "\n"
-        "  rz48cue convert IN OUT   read a cue sheet or any text with timecodes (HH:MM:SS:FF)\n"
-        "                           and write a cue sheet (OUT.txt) or a MIDI cue track (OUT.mid).\n"
+        "  rz48cue convert IN OUT   read a cue sheet, any text with timecodes (HH:MM:SS:FF) or a\n"
+        "                           PDF cue sheet (FilmLight, EdiCue or other), and write a cue\n"
+        "                           sheet (OUT.txt) or a MIDI cue track (OUT.mid).\n"
         "                           A sheet's option lines set the options, as opening it in the\n"
         "                           cue window does; the options below override them. A MIDI\n"
         "                           track is sorted first, as the window's export does.\n"
@@ -88,12 +90,18 @@ int main(int argc, char** argv)
     }
     const QString in = args[1], out = args[2];
 
-    QString content, error;
-    if (!rz48::readUtf8File(in, rz48::cuesheet::kMaxSheetBytes, content, &error))
-        return fail(QStringLiteral("cannot read %1: %2").arg(in, error));
     rz48::cuesheet::Options options;
     QList<CueItem> cues;
-    rz48::cuesheet::cueTableFromString(content, options, cues);
+    QString error;
+    if (QFileInfo(in).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0) {
+        if (!rz48::pdf::importPdf(in, cues, &error))
+            return fail(QStringLiteral("cannot import %1: %2").arg(in, error));
+    } else {
+        QString content;
+        if (!rz48::readUtf8File(in, rz48::cuesheet::kMaxSheetBytes, content, &error))
+            return fail(QStringLiteral("cannot read %1: %2").arg(in, error));
+        rz48::cuesheet::cueTableFromString(content, options, cues);
+    }
 
     auto setFlag = [&](const Flag& f, bool& value) {
         if (parser.isSet(f.on))

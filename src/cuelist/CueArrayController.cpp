@@ -1,7 +1,14 @@
 #include "cuelist/CueArrayController.h"
 
+#include "common/Diagnostics.h"
+#include "common/FilePanels.h"
 #include "cuelist/CueDocument.h"
+#include "cuelist/PdfImport.h"
 #include "timecode/TCFormatter.h"
+
+#include <QFileInfo>
+#include <QMimeData>
+#include <set>
 
 CueArrayController::CueArrayController(QObject* parent)
     : QAbstractTableModel(parent)
@@ -128,4 +135,98 @@ bool CueArrayController::textToCueTable(const QString& line)
 QString CueArrayController::stringFromCueTable(const CueDocument* document, const QList<CueItem>& arranged) const
 {
     return rz48::cuesheet::stringFromCueTable(document ? document->options() : rz48::cuesheet::Options {}, arranged);
+}
+
+namespace {
+
+// Splits at every kind of line end, as the sheet reader does.
+QStringList linesOf(const QString& text)
+{
+    QStringList lines;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        if (i < text.size()) {
+            const char16_t u = text.at(i).unicode();
+            if (!((u >= 0x0A && u <= 0x0D) || u == 0x85 || u == 0x2028 || u == 0x2029))
+                continue;
+        }
+        lines << text.mid(start, i - start);
+        start = i + 1;
+    }
+    return lines;
+}
+
+} // namespace
+
+void CueArrayController::paste(const QString& text)
+{
+    QList<CueItem> cues;
+    for (const QString& line : linesOf(text))
+        if (std::optional<CueItem> cue = rz48::cuesheet::textToCueTable(line))
+            cues.append(*cue);
+    appendItems(cues);
+}
+
+bool CueArrayController::acceptDrop(const QStringList& paths, bool linkOffered)
+{
+    if (!linkOffered || paths.isEmpty())
+        return false;
+    // Text files accumulate across one drop, as they always have: each later
+    // file reads the earlier ones again, the last line of one running into
+    // the first line of the next.
+    QString accumulated;
+    for (const QString& path : paths) {
+        if (QFileInfo(path).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) != 0) {
+            QString text, error;
+            if (!rz48::readUtf8File(path, rz48::cuesheet::kMaxSheetBytes, text, &error)) {
+                rz48::diag("skipping %s: %s\n", qPrintable(path), qPrintable(error));
+                continue;
+            }
+            accumulated += text;
+            paste(accumulated);
+        } else {
+            QList<CueItem> cues;
+            QString message;
+            if (!rz48::pdf::importPdf(path, cues, &message)) {
+                rz48::diag("skipping %s: %s\n", qPrintable(path), qPrintable(message));
+                continue;
+            }
+            appendItems(cues);
+        }
+    }
+    return true;
+}
+
+void CueArrayController::onClearAll()
+{
+    for (int row = int(items_.size()) - 1; row >= 0; --row)
+        removeRows(row, 1);
+}
+
+QString CueArrayController::removeUniChars(const QString& text)
+{
+    return rz48::cuesheet::removeUniChars(text);
+}
+
+QStringList CueArrayController::mimeTypes() const
+{
+    return {QLatin1String(rz48::kCueItemsMimeType), QStringLiteral("text/plain"), QStringLiteral("text/uri-list")};
+}
+
+QMimeData* CueArrayController::mimeData(const QModelIndexList& indexes) const
+{
+    std::set<int> rows;
+    for (const QModelIndex& index : indexes)
+        if (index.isValid() && index.row() < items_.size())
+            rows.insert(index.row());
+    QList<CueItem> cues;
+    for (int row : rows)
+        cues.append(items_[row]);
+    auto* data = new QMimeData;
+    data->setData(QLatin1String(rz48::kCueItemsMimeType), rz48::archiveCueItems(cues));
+    QString text;
+    for (const CueItem& cue : cues)
+        text += rz48::cuesheet::cueLine(cue);
+    data->setText(text);
+    return data;
 }

@@ -40,6 +40,21 @@ public:
     // The sheet of the document, its cues in the given (displayed) order.
     QString stringFromCueTable(const CueDocument* document, const QList<CueItem>& arranged) const;
 
+    // The clipboard's text: each line holding a timecode becomes a cue.
+    void paste(const QString& text);
+    // Files dropped on the table: text files and PDF cue sheets, appended in
+    // order. False when the drop is refused (no link operation, no files).
+    bool acceptDrop(const QStringList& paths, bool linkOffered);
+    // Removes every cue, from the last to the first.
+    void onClearAll();
+    static QString removeUniChars(const QString& text);
+
+    // Drags of rows carry the cues, archived, and their sheet lines as text.
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDragActions() const override { return Qt::LinkAction; }
+    Qt::DropActions supportedDropActions() const override { return Qt::LinkAction; }
+
 private:
     QList<CueItem> items_;
 };

@@ -7,7 +7,12 @@
 #include "cuelist/CueTableView.h"
 #include "link/ComThread.h"
 
+#include <QAction>
 #include <QCheckBox>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QMenuBar>
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
@@ -108,6 +113,15 @@ void CueDocument::makeWindowControllers()
     });
     connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &CueDocument::tableViewSelectionDidChange);
+    table_->onFilesDropped = [this](const QStringList& paths, bool linkOffered) {
+        return controller_->acceptDrop(paths, linkOffered);
+    };
+
+    QMenu* edit = window_->menuBar()->addMenu(tr("&Edit"));
+    edit->setObjectName(QStringLiteral("menuEdit"));
+    QAction* pasteAction = edit->addAction(tr("&Paste cues"), this, &CueDocument::paste);
+    pasteAction->setObjectName(QStringLiteral("menuEditPaste"));
+    pasteAction->setShortcut(QKeySequence::Paste);
     layout->addWidget(table_, 1);
 
     auto* options = new QGridLayout;
@@ -353,7 +367,12 @@ void CueDocument::onRemoveCues()
 
 void CueDocument::onClearAll()
 {
-    controller_->setItems({});
+    controller_->onClearAll();
+}
+
+void CueDocument::paste()
+{
+    controller_->paste(QGuiApplication::clipboard()->text());
 }
 
 bool CueDocument::saveSheet(const QString& path, QString* error)

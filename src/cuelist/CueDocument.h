@@ -60,6 +60,8 @@ public:
     void onAddCue();
     void onRemoveCues();
     void onClearAll();
+    // The clipboard's plain text, pasted into the list.
+    void paste();
 
     // The cue sheet files of the File menu.
     bool saveSheet(const QString& path, QString* error = nullptr);

@@ -74,13 +74,17 @@ QString cueSheetInitValues(const Options& o)
         + QStringLiteral(";start\t") + o.start + u'\n' + QString::asprintf(";tctype\t%d\n", o.tctype);
 }
 
+QString cueLine(const CueItem& item)
+{
+    return item.cueId + u'\t' + shown(item.cueIn) + u'\t' + shown(item.cueOut) + u'\t' + item.cueText + u'\t'
+        + item.cueNotes + u'\n';
+}
+
 QString stringFromCueTable(const Options& options, const QList<CueItem>& arranged)
 {
     QString sheet = cueSheetInitValues(options);
-    for (const CueItem& item : arranged) {
-        sheet += item.cueId + u'\t' + shown(item.cueIn) + u'\t' + shown(item.cueOut) + u'\t' + item.cueText + u'\t'
-            + item.cueNotes + u'\n';
-    }
+    for (const CueItem& item : arranged)
+        sheet += cueLine(item);
     return sheet;
 }
 
@@ -106,6 +110,11 @@ void initValueFromString(const QString& line, Options& o)
         o.start = value;
     else if (key == QLatin1String(";tctype"))
         o.tctype = rz48::intValue(value);
+}
+
+bool containsCueTime(const QString& text)
+{
+    return cueTimeAt(text) >= 0;
 }
 
 std::optional<CueItem> textToCueTable(const QString& line)

@@ -31,10 +31,14 @@ struct Options {
 
 // The seven option lines.
 QString cueSheetInitValues(const Options& options);
+// One cue's sheet line: ID, In, Out, text and notes, TAB-separated, with its LF.
+QString cueLine(const CueItem& item);
 // The whole sheet: option lines, then one line per cue in the given order.
 QString stringFromCueTable(const Options& options, const QList<CueItem>& arranged);
 // Applies one option line (";key<TAB>value"); unknown keys are ignored.
 void initValueFromString(const QString& line, Options& options);
+// Whether the text holds a cue time (HH:MM:SS:FF, the last separator ":" or ";").
+bool containsCueTime(const QString& text);
 // One cue from a line holding a timecode; none for other lines.
 std::optional<CueItem> textToCueTable(const QString& line);
 // Reads a sheet or any text: option lines set options, the rest become cues

@@ -6,7 +6,12 @@
 #include "cues/MonitorView.h"
 #include "support/PanelFixture.h"
 
+#include <QAction>
 #include <QCheckBox>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QUrl>
 #include <QComboBox>
 #include <QFile>
 #include <QHeaderView>
@@ -183,6 +188,32 @@ TEST_F(CueWindowTest, MidiExportImportAndPackingTest)
     const qsizetype asked = panels.suffixes.size();
     doc->onExportMidi();
     EXPECT_EQ(panels.suffixes.size(), asked);
+}
+
+TEST_F(CueWindowTest, PasteAndFilesDroppedOnTheTable)
+{
+    QGuiApplication::clipboard()->setText(QStringLiteral("P1 03:00:00:00 pasted\nP2 03:00:01:00 too"));
+    doc->window()->findChild<QAction*>(QStringLiteral("menuEditPaste"))->trigger();
+    ASSERT_EQ(doc->collection().size(), 4);
+    EXPECT_EQ(doc->collection()[3].cueText, QStringLiteral("too"));
+
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(QStringLiteral(RZ48_TEST_DATA "/pdf/edicue.pdf"))});
+    QWidget* target = doc->tableView()->viewport();
+    QDropEvent copyOnly(QPointF(5, 5), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &copyOnly);
+    EXPECT_FALSE(copyOnly.isAccepted()); // the link operation is required
+    EXPECT_EQ(doc->collection().size(), 4);
+
+    QDragEnterEvent enter(QPoint(5, 5), Qt::LinkAction | Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::LinkAction);
+    QDropEvent drop(QPointF(5, 5), Qt::LinkAction | Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    ASSERT_EQ(doc->collection().size(), 6);
+    EXPECT_EQ(doc->collection()[4].cueId, QStringLiteral("Cue 7"));
 }
 
 } // namespace

@@ -1,0 +1,380 @@
+#include "cuelist/PdfImport.h"
+
+#include "cuelist/CueSheet.h"
+#include "timecode/TCFormatter.h"
+
+#include <QFileInfo>
+
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFExc.hh>
+#include <qpdf/QPDFObjectHandle.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+#include <qpdf/QPDFPageObjectHelper.hh>
+
+#include <poppler/cpp/poppler-document.h>
+#include <poppler/cpp/poppler-page.h>
+
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <vector>
+
+namespace rz48::pdf {
+namespace {
+
+constexpr int kMaxDictionaryDepth = 32;
+
+QString fromStd(const std::string& s)
+{
+    return QString::fromUtf8(s.data(), qsizetype(s.size()));
+}
+
+bool checkSize(const QString& path, QString* error)
+{
+    const QFileInfo info(path);
+    if (!info.exists() || !info.isFile()) {
+        if (error)
+            *error = QStringLiteral("no such file");
+        return false;
+    }
+    if (info.size() > kMaxPdfBytes) {
+        if (error)
+            *error = QStringLiteral("the file has %1 bytes, more than the %2 a cue sheet may have").arg(info.size()).arg(kMaxPdfBytes);
+        return false;
+    }
+    return true;
+}
+
+// Opens a PDF with qpdf: warnings stay quiet, damage is repaired where qpdf
+// can, a file that needs a user password fails.
+bool openPdf(QPDF& pdf, const QString& path, QString* error)
+{
+    if (!checkSize(path, error))
+        return false;
+    try {
+        pdf.setSuppressWarnings(true);
+        pdf.setAttemptRecovery(true);
+        pdf.processFile(path.toLocal8Bit().constData());
+        return true;
+    } catch (const QPDFExc& e) {
+        if (error)
+            *error = e.getErrorCode() == qpdf_e_password ? QStringLiteral("the PDF is locked with a password")
+                                                         : QStringLiteral("not a readable PDF (%1)").arg(fromStd(e.getMessageDetail()));
+    } catch (const std::exception& e) {
+        if (error)
+            *error = QStringLiteral("not a readable PDF (%1)").arg(QString::fromLocal8Bit(e.what()));
+    }
+    return false;
+}
+
+void visitInfo(QPDFObjectHandle dict, DocumentInfo& info, int depth, std::set<QPDFObjGen>& seen)
+{
+    if (depth > kMaxDictionaryDepth || !dict.isDictionary())
+        return;
+    if (dict.isIndirect() && !seen.insert(dict.getObjGen()).second)
+        return; // a dictionary that holds itself
+    for (auto& [key, value] : dict.ditems()) {
+        if (value.isDictionary())
+            visitInfo(value, info, depth + 1, seen);
+        else if (value.isString() && key == "/Author")
+            info.author = fromStd(value.getUTF8Value());
+        else if (value.isString() && key == "/Creator")
+            info.creator = fromStd(value.getUTF8Value());
+    }
+}
+
+// The operator callbacks of the page scan.
+class TextScanner : public QPDFObjectHandle::ParserCallbacks {
+public:
+    explicit TextScanner(QList<PDFStringTableItem>& fragments)
+        : fragments_(fragments)
+    {
+    }
+
+    void handleObject(QPDFObjectHandle obj) override
+    {
+        if (!obj.isOperator()) {
+            operands_.push_back(obj);
+            if (operands_.size() > 4096) // no operator takes this many
+                operands_.erase(operands_.begin());
+            return;
+        }
+        const std::string op = obj.getOperatorValue();
+        if (op == "Tm") {
+            // Only integer operands move the position; a real one leaves it.
+            if (std::optional<QPDFObjectHandle> f = pop(); f && f->isInteger())
+                y_ = int32_t(f->getIntValue());
+            if (std::optional<QPDFObjectHandle> e = pop(); e && e->isInteger())
+                x_ = int32_t(e->getIntValue());
+        } else if (op == "Tj") {
+            if (std::optional<QPDFObjectHandle> s = pop(); s && s->isString())
+                fragments_.append({x_, y_, fromStd(s->getUTF8Value())});
+        } else if (op == "TJ") {
+            if (std::optional<QPDFObjectHandle> a = pop(); a && a->isArray()) {
+                QString text;
+                const int n = a->getArrayNItems();
+                for (int i = 0; i < n; i += 2) { // odd positions are spacing
+                    QPDFObjectHandle item = a->getArrayItem(i);
+                    if (item.isString())
+                        text += fromStd(item.getUTF8Value());
+                }
+                fragments_.append({x_, y_, text});
+            }
+        }
+        operands_.clear();
+    }
+
+    void handleEOF() override {}
+
+private:
+    std::optional<QPDFObjectHandle> pop()
+    {
+        if (operands_.empty())
+            return std::nullopt;
+        QPDFObjectHandle top = operands_.back();
+        operands_.pop_back();
+        return top;
+    }
+
+    QList<PDFStringTableItem>& fragments_;
+    std::vector<QPDFObjectHandle> operands_;
+    int32_t x_ = -1;
+    int32_t y_ = -1;
+};
+
+bool hasTimecode(const QString& text)
+{
+    return cuesheet::containsCueTime(text);
+}
+
+} // namespace
+
+int32_t getAuthorAndCreator(const QString& path, DocumentInfo& info, QString* error)
+{
+    info = {};
+    QPDF pdf;
+    if (!openPdf(pdf, path, error))
+        return -1;
+    try {
+        if (QPDFPageDocumentHelper(pdf).getAllPages().empty()) {
+            if (error)
+                *error = QStringLiteral("the PDF has no pages");
+            return -1;
+        }
+        std::set<QPDFObjGen> seen;
+        visitInfo(pdf.getTrailer().getKey("/Info"), info, 0, seen);
+        return 0;
+    } catch (const std::exception& e) {
+        if (error)
+            *error = QStringLiteral("damaged PDF (%1)").arg(QString::fromLocal8Bit(e.what()));
+        return -1;
+    }
+}
+
+bool scanFirstPage(const QString& path, QList<PDFStringTableItem>& fragments, QString* error)
+{
+    fragments.clear();
+    QPDF pdf;
+    if (!openPdf(pdf, path, error))
+        return false;
+    try {
+        std::vector<QPDFPageObjectHelper> pages = QPDFPageDocumentHelper(pdf).getAllPages();
+        if (pages.empty()) {
+            if (error)
+                *error = QStringLiteral("the PDF has no pages");
+            return false;
+        }
+        TextScanner scanner(fragments);
+        pages.front().parseContents(&scanner);
+        return true;
+    } catch (const std::exception& e) {
+        if (error)
+            *error = QStringLiteral("page 1 cannot be read (%1)").arg(QString::fromLocal8Bit(e.what()));
+        return false;
+    }
+}
+
+bool documentText(const QString& path, QString& text, QString* error)
+{
+    text.clear();
+    if (!checkSize(path, error))
+        return false;
+    std::unique_ptr<poppler::document> doc(poppler::document::load_from_file(path.toLocal8Bit().constData()));
+    if (!doc || doc->is_locked()) {
+        if (error)
+            *error = doc ? QStringLiteral("the PDF is locked with a password") : QStringLiteral("not a readable PDF");
+        return false;
+    }
+    for (int i = 0; i < doc->pages(); ++i) {
+        std::unique_ptr<poppler::page> page(doc->create_page(i));
+        if (!page)
+            continue;
+        const std::vector<char> utf8 = page->text(poppler::rectf(), poppler::page::non_raw_non_physical_layout).to_utf8();
+        if (i > 0)
+            text += u'\n';
+        text += QString::fromUtf8(utf8.data(), qsizetype(utf8.size()));
+    }
+    return true;
+}
+
+QList<CueItem> filmlightToCueTable(const QList<PDFStringTableItem>& f)
+{
+    // A row starts where the text wraps back to the left; what comes before
+    // the first such fragment is the page header.
+    QList<qsizetype> starts;
+    int32_t previous = 0;
+    for (qsizetype i = 0; i < f.size(); ++i) {
+        if (f[i].x < previous)
+            starts << i;
+        previous = f[i].x;
+    }
+    QList<CueItem> cues;
+    const qsizetype last = f.size() - 1;
+    auto text = [&](qsizetype i) { return i >= 0 && i <= last ? f[i].text : QString(); };
+    for (qsizetype r = 0; r < starts.size(); ++r) {
+        const qsizetype s = starts[r];
+        const qsizetype e = r + 1 < starts.size() ? starts[r + 1] - 1 : last;
+        if (!(s < last) || !hasTimecode(f[s + 1].text))
+            continue;
+        // A row shorter than five fragments borrows from the next one.
+        CueItem cue;
+        cue.cueId = text(s);
+        cue.cueIn = text(s + 1);
+        cue.cueOut = text(s + 2);
+        cue.cueText = text(s + 3);
+        for (qsizetype i = s + 4; i <= e - 1; ++i)
+            cue.cueText += text(i);
+        cue.cueNotes = text(e);
+        cues.append(cue);
+    }
+    return cues;
+}
+
+namespace {
+
+// 0, 1 (an In time) or 2 (In and Out) cue times in a line.
+int cueTimesIn(const QString& text)
+{
+    const std::optional<CueItem> cue = cuesheet::textToCueTable(text);
+    return !cue ? 0 : cue->cueOut.isEmpty() ? 1 : 2;
+}
+
+bool isBareTime(const QString& text)
+{
+    const QString t = text.trimmed();
+    return t.size() == 11 && hasTimecode(t);
+}
+
+} // namespace
+
+QList<CueItem> pdfTextToCueTable(const QList<PDFStringTableItem>& f)
+{
+    QList<CueItem> cues;
+    qsizetype first = 0;
+    while (first < f.size() && !hasTimecode(f[first].text))
+        ++first;
+    if (first >= f.size())
+        return cues;
+    auto flush = [&](const QString& line) {
+        if (std::optional<CueItem> cue = cuesheet::textToCueTable(line))
+            cues.append(*cue);
+    };
+    QString line = f[first].text;
+    for (qsizetype i = first + 1; i < f.size(); ++i) {
+        if (f[i].text.isEmpty())
+            continue;
+        // A fragment with a time starts the next cue, except a bare time
+        // right after a cue's In time: that is its Out time, in a cell of
+        // its own.
+        if (hasTimecode(f[i].text) && !(isBareTime(f[i].text) && cueTimesIn(line) == 1)) {
+            flush(line);
+            line = f[i].text;
+        } else {
+            line += f[i].text;
+        }
+    }
+    flush(line);
+    return cues;
+}
+
+QList<CueItem> ediCueToCueTable(const QString& text)
+{
+    QList<CueItem> cues;
+    std::optional<CueItem> current;
+    bool expectIn = true;
+    bool collecting = false;
+    QString previousLine;
+    bool havePrevious = false;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t u = text.at(i).unicode();
+        if (!((u >= 0x0A && u <= 0x0D) || u == 0x85 || u == 0x2028 || u == 0x2029))
+            continue;
+        // Only text up to a line end counts: what follows the last one is not read.
+        const QString line = cuesheet::removeUniChars(text.mid(start, i - start).trimmed());
+        start = i + 1;
+        if (line.startsWith(QLatin1String("IN:"))) {
+            current = CueItem {};
+            current->cueId = havePrevious ? previousLine : QString();
+            current->cueNotes.clear();
+            expectIn = true;
+        }
+        if (line.startsWith(QLatin1String("REASON:")) && current)
+            current->cueNotes = line.mid(7).trimmed();
+        if (line == QLatin1String("1") && current && collecting) {
+            cues.append(*current);
+            current.reset();
+        }
+        if (current) {
+            if (hasTimecode(line)) {
+                const QString time = TCFormatter::getObjectValue(line);
+                if (expectIn) {
+                    current->cueIn = time;
+                    expectIn = false;
+                } else {
+                    current->cueOut = time;
+                    current->cueText.clear();
+                    collecting = true;
+                }
+            } else if (collecting) {
+                current->cueText += line;
+            }
+        }
+        previousLine = line;
+        havePrevious = true;
+    }
+    return cues;
+}
+
+bool importPdf(const QString& path, QList<CueItem>& cues, QString* message)
+{
+    cues.clear();
+    DocumentInfo info;
+    QString error;
+    if (getAuthorAndCreator(path, info, &error) != 0) {
+        if (message)
+            *message = error;
+        return false;
+    }
+    if (info.creator.contains(QLatin1String("EdiCue"))) {
+        QString text;
+        if (!documentText(path, text, &error)) {
+            if (message)
+                *message = error;
+            return false;
+        }
+        cues = ediCueToCueTable(text);
+        return true;
+    }
+    QList<PDFStringTableItem> fragments;
+    if (!scanFirstPage(path, fragments, &error)) {
+        if (message)
+            *message = error;
+        return false;
+    }
+    cues = info.author.compare(QLatin1String("filmlight"), Qt::CaseInsensitive) == 0 ? filmlightToCueTable(fragments)
+                                                                                      : pdfTextToCueTable(fragments);
+    return true;
+}
+
+} // namespace rz48::pdf
