@@ -27,6 +27,11 @@ void MainWindow::addPanelMenus()
     save->setObjectName(QStringLiteral("menuFileSave"));
     save->setShortcut(QKeySequence::Save);
     file->addSeparator();
+    QAction* micro = file->addAction(tr("Update &microcontroller..."), view_, &rz48View::menuFileUpdateMicro);
+    micro->setObjectName(QStringLiteral("menuFileUpdateMicro"));
+    QAction* fpga = file->addAction(tr("Update &FPGA..."), view_, &rz48View::menuFileUpdateFirmware);
+    fpga->setObjectName(QStringLiteral("menuFileUpdateFirmware"));
+    file->addSeparator();
     QAction* quit = file->addAction(tr("&Quit"), this, &QWidget::close);
     quit->setObjectName(QStringLiteral("menuFileQuit"));
     quit->setShortcut(QKeySequence::Quit);

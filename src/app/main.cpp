@@ -56,7 +56,12 @@ int main(int argc, char** argv)
     const QCommandLineOption tab(QStringLiteral("tab"),
                                  QStringLiteral("Show this tab at start: 0 video, 1 streamer, 2 update, 3 punch, 4 overlay."),
                                  QStringLiteral("index"));
-    parser.addOptions({simulate, port, devDir, screenshot, tab});
+    const QCommandLineOption loader(QStringLiteral("loader"),
+                                    QStringLiteral("The unit's 772-byte microcontroller loader image, needed to update the "
+                                                   "microcontroller (default: rz48/rz48-loader.bin in the data directories, "
+                                                   "e.g. ~/.local/share/rz48/rz48-loader.bin or /usr/share/rz48/rz48-loader.bin)."),
+                                    QStringLiteral("file"));
+    parser.addOptions({simulate, port, devDir, screenshot, tab, loader});
     parser.process(app);
 
     RZ48AppDelegate delegate;
@@ -73,13 +78,18 @@ int main(int argc, char** argv)
             std::fprintf(stderr, "rz48panel: cannot start the emulated unit: %s\n", error.c_str());
             return 1;
         }
-        host->setPacing(38400);
+        host->setPacing(emu::PtyHost::kPortSpeed);
         options.searchDirectory = simulationDir.path();
+        options.simulated = true;
+        const std::vector<uint8_t> test = emu::EmulatedUnit::testLoader();
+        options.simulatedLoader = QByteArray(reinterpret_cast<const char*>(test.data()), qsizetype(test.size()));
     }
     if (parser.isSet(devDir))
         options.searchDirectory = parser.value(devDir);
     if (parser.isSet(port))
         options.explicitPort = parser.value(port);
+    if (parser.isSet(loader))
+        options.loaderPath = parser.value(loader);
 
     MainWindow window;
     delegate.setWindow(&window);

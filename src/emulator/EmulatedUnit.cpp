@@ -55,7 +55,22 @@ std::string EmulatedUnit::receive(std::string_view bytes, Clock::time_point now)
         input_.append(bytes);
         size_t pos = 0;
         while (pos < input_.size()) {
+            if (mode_ != Mode::Normal) {
+                out += receiveUpdateByte(static_cast<unsigned char>(input_[pos++]), now);
+                continue;
+            }
             const unsigned char first = static_cast<unsigned char>(input_[pos]);
+            if (first == 'L' && input_.size() - pos == 2 && input_[pos + 1] == '\r') {
+                // The loader: "L" and CR, raw. It answers, then takes the
+                // loader image byte by byte.
+                pos += 2;
+                commands_.push_back("L");
+                mode_ = Mode::Preload;
+                preloadIndex_ = 0;
+                if (!faults_.loaderSilent && !silent_)
+                    out += faults_.loaderShortAnswer ? std::string("L") : std::string("RIM>");
+                continue;
+            }
             if (first == 0x90) { // MIDI note-on trigger: 0x90, note, velocity
                 if (input_.size() - pos < 3)
                     break;
@@ -85,6 +100,23 @@ std::string EmulatedUnit::receive(std::string_view bytes, Clock::time_point now)
 std::string EmulatedUnit::tick(Clock::time_point now)
 {
     std::lock_guard lock(mutex_);
+    if (mode_ == Mode::Erasing && now >= eraseDue_) {
+        std::fill(flash_.begin(), flash_.end(), 0xFF);
+        mode_ = Mode::Records;
+        recordIndex_ = 0;
+        updateLine_.clear();
+        return faults_.noEraseAck ? std::string() : std::string("\x06");
+    }
+    if (mode_ == Mode::Download) {
+        if (!readySent_ && now >= readyDue_) {
+            readySent_ = true;
+            lastDownload_ = now;
+            return faults_.noReady ? "erase error\r\n" : "ready\r\n";
+        }
+        if (readySent_ && now - lastDownload_ > std::chrono::seconds(1))
+            mode_ = Mode::Normal; // the download is over
+        return {};
+    }
     if (!transferOpen_ || now - transferLast_ < kTransferIdle)
         return {};
     transferOpen_ = false;
@@ -136,6 +168,15 @@ std::string EmulatedUnit::handleLine(const std::string& line, Clock::time_point 
         if (transferOpen_)
             transferLast_ = now;
         return answer("f");
+    }
+    if (letter == 'd' && rest == "1") {
+        // FPGA download mode: the flash is erased, then "ready". No prompt,
+        // so that nothing stands before the "ready".
+        mode_ = Mode::Download;
+        readyDue_ = now + std::chrono::milliseconds(faults_.eraseMs);
+        readySent_ = false;
+        batch_.clear();
+        return {};
     }
     if (letter == 's' || letter == 'V')
         return answer(std::string(1, letter));
@@ -197,6 +238,145 @@ std::string EmulatedUnit::garbage()
         out.push_back(static_cast<char>(noise_ & 0xFF));
     }
     return out + "\r\n";
+}
+
+std::string EmulatedUnit::receiveUpdateByte(unsigned char byte, Clock::time_point now)
+{
+    static const std::vector<uint8_t> loader = testLoader();
+    switch (mode_) {
+    case Mode::Preload: {
+        const int i = preloadIndex_++;
+        if (byte != loader[size_t(i)] || i == faults_.dropEchoAt) {
+            mode_ = Mode::Normal; // not the loader it knows: the unit stays as it was
+            return {};
+        }
+        if (preloadIndex_ == int(loader.size())) {
+            mode_ = Mode::Erasing;
+            eraseDue_ = now + std::chrono::milliseconds(30);
+        }
+        return std::string(1, char(byte));
+    }
+    case Mode::Erasing:
+        return {};
+    case Mode::Records:
+        if (byte == '\n') {
+            std::string line = updateLine_;
+            updateLine_.clear();
+            while (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            return handleRecord(line);
+        }
+        if (updateLine_.size() < 600)
+            updateLine_.push_back(char(byte));
+        return {};
+    case Mode::Download:
+        lastDownload_ = now;
+        if (byte != '\r') {
+            if (batch_.size() < 4096)
+                batch_.push_back(char(byte));
+            return {};
+        } else {
+            std::string echo = batch_ + "\r\n";
+            if (downloadBatches_ == faults_.corruptEchoBatch && !echo.empty())
+                echo[0] = echo[0] == 'X' ? 'Y' : 'X';
+            downloadText_ += batch_;
+            ++downloadBatches_;
+            batch_.clear();
+            return echo;
+        }
+    case Mode::Normal:
+        break;
+    }
+    return {};
+}
+
+// An S-record line of the microcontroller download: S1 (data) or S9 (end),
+// checked on its own terms. A well-formed record is acknowledged with 0x06.
+std::string EmulatedUnit::handleRecord(const std::string& line)
+{
+    auto hexByte = [&](size_t at, int& value) {
+        if (at + 2 > line.size())
+            return false;
+        char* end = nullptr;
+        const std::string pair = line.substr(at, 2);
+        value = int(std::strtol(pair.c_str(), &end, 16));
+        return end == pair.c_str() + 2;
+    };
+    int count = 0;
+    if (line.size() < 4 || line[0] != 'S' || (line[1] != '1' && line[1] != '9') || !hexByte(2, count)
+        || line.size() != size_t(4 + 2 * count) || count < 3)
+        return {};
+    std::vector<int> bytes(static_cast<size_t>(count));
+    int sum = count;
+    for (int i = 0; i < count; ++i) {
+        if (!hexByte(size_t(4 + 2 * i), bytes[size_t(i)]))
+            return {};
+        sum += bytes[size_t(i)];
+    }
+    if ((sum & 0xFF) != 0xFF)
+        return {};
+    const int index = recordIndex_++;
+    if (line[1] == '9') {
+        mode_ = Mode::Normal; // the new program runs
+    } else {
+        const int address = (bytes[0] << 8) | bytes[1];
+        for (int i = 2; i < count - 1; ++i)
+            flash_[size_t((address + i - 2) & 0xFFFF)] = uint8_t(bytes[size_t(i)]);
+    }
+    if (index == faults_.nakRecord)
+        return {};
+    ++acknowledged_;
+    return "\x06";
+}
+
+std::vector<uint8_t> EmulatedUnit::testLoader()
+{
+    std::vector<uint8_t> image(772);
+    const std::string signature = "RZ48 TEST LOADER";
+    for (size_t i = 0; i < image.size(); ++i)
+        image[i] = i < signature.size() ? uint8_t(signature[i]) : uint8_t((i * 37 + 11) & 0xFF);
+    return image;
+}
+
+void EmulatedUnit::setUpdateFaults(const UpdateFaults& faults) { std::lock_guard l(mutex_); faults_ = faults; }
+
+void EmulatedUnit::powerCycle()
+{
+    std::lock_guard lock(mutex_);
+    mode_ = Mode::Normal;
+    input_.clear();
+    updateLine_.clear();
+    batch_.clear();
+}
+
+EmulatedUnit::Mode EmulatedUnit::mode() const
+{
+    std::lock_guard lock(mutex_);
+    return mode_;
+}
+
+std::vector<uint8_t> EmulatedUnit::flash() const
+{
+    std::lock_guard lock(mutex_);
+    return flash_;
+}
+
+int EmulatedUnit::recordsAcknowledged() const
+{
+    std::lock_guard lock(mutex_);
+    return acknowledged_;
+}
+
+std::string EmulatedUnit::downloadText() const
+{
+    std::lock_guard lock(mutex_);
+    return downloadText_;
+}
+
+int EmulatedUnit::downloadBatches() const
+{
+    std::lock_guard lock(mutex_);
+    return downloadBatches_;
 }
 
 void EmulatedUnit::setSilent(bool silent) { std::lock_guard l(mutex_); silent_ = silent; }

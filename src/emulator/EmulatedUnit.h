@@ -20,6 +20,21 @@ using Clock = std::chrono::steady_clock;
 
 class EmulatedUnit {
 public:
+    // What the unit is doing with the bytes it receives.
+    enum class Mode { Normal, Preload, Erasing, Records, Download };
+
+    // Faults of the update procedures, each off by default.
+    struct UpdateFaults {
+        bool loaderSilent = false;      // "L" gets no answer at all
+        bool loaderShortAnswer = false; // "L" gets one byte
+        int dropEchoAt = -1;            // this loader byte is not echoed
+        bool noEraseAck = false;        // no acknowledge after the loader
+        int nakRecord = -1;             // this record (0 = first) is not acknowledged
+        bool noReady = false;           // the FPGA erase ends in an error, not "ready"
+        int corruptEchoBatch = -1;      // this FPGA batch (0 = first) is echoed wrong
+        int eraseMs = 200;              // how long the FPGA flash erase takes
+    };
+
     static constexpr uint16_t kSettingsAddress = 0xFC00;
     static constexpr size_t kSettingsSize = 64; // reported as size 3f, the highest offset
 
@@ -37,6 +52,20 @@ public:
     void setSysExPrefix(bool sysex);        // every answer starts with a system-exclusive message
     void setBadPairs(int count);            // the cue transfer ends with "h <count>"
     void setVersion(const std::string& version);
+    void setUpdateFaults(const UpdateFaults& faults);
+    // Switching the unit off and on: back to its normal protocol.
+    void powerCycle();
+
+    // The loader image the emulated unit accepts: "RZ48 TEST LOADER", then
+    // byte i = (i x 37 + 11) mod 256, 772 bytes in all.
+    static std::vector<uint8_t> testLoader();
+    Mode mode() const;
+    // The microcontroller's program flash (64 KiB) as the last update left it.
+    std::vector<uint8_t> flash() const;
+    int recordsAcknowledged() const;
+    // Everything received in FPGA download mode, batches without their CR.
+    std::string downloadText() const;
+    int downloadBatches() const;
 
     // --- what the unit saw and holds ---
     std::vector<std::string> commands() const;      // text lines received, without CR LF
@@ -52,6 +81,9 @@ public:
     bool waitForTriggers(size_t n, std::chrono::milliseconds timeout) const;
 
 private:
+    std::string receiveUpdateByte(unsigned char byte, Clock::time_point now);
+    std::string handleRecord(const std::string& line);
+
     struct Setting {
         int count;      // number of fields
         bool hexIn;     // base of the fields the panel sends
@@ -79,6 +111,21 @@ private:
     bool sysex_ = false;
     int badPairs_ = 0;
     uint32_t noise_ = 0x2545F491u;
+
+    Mode mode_ = Mode::Normal;
+    UpdateFaults faults_;
+    int preloadIndex_ = 0;
+    int recordIndex_ = 0;
+    int acknowledged_ = 0;
+    std::string updateLine_;
+    std::vector<uint8_t> flash_ = std::vector<uint8_t>(65536, 0xFF);
+    Clock::time_point eraseDue_ {};
+    Clock::time_point readyDue_ {};
+    bool readySent_ = false;
+    Clock::time_point lastDownload_ {};
+    std::string batch_;
+    std::string downloadText_;
+    int downloadBatches_ = 0;
 
     bool transferOpen_ = false;
     Clock::time_point transferLast_ {};

@@ -128,6 +128,22 @@ void PtyHost::queueOutput(std::string bytes, Clock::time_point due)
     pending_.push_back({due, std::move(bytes)});
 }
 
+int PtyHost::portSpeed() const
+{
+    termios t {};
+    if (slaveKeep_ < 0 || ::tcgetattr(slaveKeep_, &t) != 0)
+        return 0;
+    switch (cfgetospeed(&t)) {
+    case B9600: return 9600;
+    case B19200: return 19200;
+    case B38400: return 38400;
+    case B57600: return 57600;
+    case B115200: return 115200;
+    case B230400: return 230400;
+    default: return 0;
+    }
+}
+
 void PtyHost::serve()
 {
     std::string outgoing;        // due bytes not yet written
@@ -184,7 +200,10 @@ void PtyHost::serve()
         }
 
         size_t allowed = outgoing.size();
-        if (const int baud = pacingBaud_.load(); baud > 0) {
+        int baud = pacingBaud_.load();
+        if (baud == kPortSpeed)
+            baud = portSpeed();
+        if (baud > 0) {
             const auto us = std::chrono::duration_cast<std::chrono::microseconds>(now - paceStart).count();
             const uint64_t budget = uint64_t(us) * uint64_t(baud) / 10u / 1000000u + 1;
             allowed = budget > pacedBytes ? size_t(std::min<uint64_t>(budget - pacedBytes, outgoing.size())) : 0;

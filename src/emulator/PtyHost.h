@@ -32,7 +32,9 @@ public:
 
     // Answers leave this long after the command came in.
     void setAnswerDelay(std::chrono::milliseconds delay) { delayMs_ = int(delay.count()); }
-    // Paces output at this speed in bit/s (10 bits a byte); 0 sends at once.
+    // Paces output at this speed in bit/s (10 bits a byte); 0 sends at once;
+    // kPortSpeed follows the speed the panel has set on the port.
+    static constexpr int kPortSpeed = -1;
     void setPacing(int baud) { pacingBaud_ = baud; }
     // Sends bytes of the test's choosing, as if the unit had sent them.
     void inject(const std::string& bytes);
@@ -44,6 +46,7 @@ public:
 
 private:
     void serve();
+    int portSpeed() const;
     void queueOutput(std::string bytes, Clock::time_point due);
 
     EmulatedUnit unit_;

@@ -14,7 +14,11 @@
 #include "panel/PanelTables.h"
 #include "panel/ReportScanner.h"
 #include "panel/VersionCheck.h"
+#include "update/FirmwareUpdateThread.h"
+#include "update/MicroUpdateThread.h"
+#include "update/Progress.h"
 #include "update/SRecord.h"
+#include "update/UpdateImages.h"
 #include "widgets/RadioMatrix.h"
 #include "widgets/Stepper.h"
 #include "widgets/WindowClose.h"
@@ -43,6 +47,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unistd.h>
 
 namespace {
 
@@ -311,7 +316,10 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     msg_ = std::make_unique<MsgClass>();
     onWindowClose(this, [this] { windowClosing(); });
 
+    options_ = options;
     comThread_ = std::make_unique<ComThread>();
+    firmwareUpdateThread_ = std::make_unique<FirmwareUpdateThread>();
+    microUpdateThread_ = std::make_unique<MicroUpdateThread>();
     cueDocument_ = std::make_unique<CueDocument>();
     cueDocument_->makeWindowControllers();
     cueDocument_->showWindows();
@@ -568,6 +576,11 @@ bool rz48View::startupSettled() const
 
 void rz48View::windowClosing()
 {
+    // An update in progress ends first ("operation aborted, ..."), then the link.
+    if (microUpdateThread_)
+        microUpdateThread_->stopThread();
+    if (firmwareUpdateThread_)
+        firmwareUpdateThread_->stopThread();
     // The pages lose their link before it goes.
     monitorView_->setComThread(nullptr);
     punchView_->setComThread(nullptr);
@@ -635,6 +648,147 @@ bool rz48View::mayClose()
         return !cueDocument_->isModified(); // still unsaved: stay open
     }
     return false;
+}
+
+// ---------------------------------------------------------------- updates
+
+QByteArray rz48View::loaderForUpdate()
+{
+    QString error;
+    QByteArray loader;
+    if (options_.simulated && options_.loaderPath.isEmpty()) {
+        loader = options_.simulatedLoader;
+    } else {
+        const QStringList paths = options_.loaderPath.isEmpty() ? rz48::update::defaultLoaderPaths() : QStringList {options_.loaderPath};
+        QStringList reasons;
+        for (const QString& path : paths) {
+            loader = rz48::update::readLoaderImage(path, &error);
+            if (!loader.isEmpty())
+                break;
+            reasons << error;
+        }
+        if (loader.isEmpty()) {
+            rz48::showAlert(tr("The microcontroller cannot be updated without the unit's loader image."),
+                            tr("Place the %1-byte loader image at %2, or name it with --loader FILE.\n%3")
+                                .arg(rz48::update::kLoaderSize)
+                                .arg(paths.value(0), reasons.join(u'\n')));
+            return {};
+        }
+    }
+    if (loader.size() != rz48::update::kLoaderSize) {
+        rz48::showAlert(tr("The microcontroller cannot be updated without the unit's loader image."),
+                        tr("The loader image has %1 bytes; it must have %2.").arg(loader.size()).arg(rz48::update::kLoaderSize));
+        return {};
+    }
+    if (rz48::update::isTestLoader(loader) && !options_.simulated) {
+        rz48::showAlert(tr("That loader image is the emulated unit's test loader."),
+                        tr("It would leave a real unit without a working program; nothing was sent."));
+        return {};
+    }
+    return loader;
+}
+
+void rz48View::menuFileUpdateMicro()
+{
+    // Nothing goes to the unit before the loader is known to be there.
+    const QByteArray loader = loaderForUpdate();
+    if (loader.isEmpty() || !comThread_)
+        return;
+    tabViewRz48->setCurrentIndex(kUpdateTab);
+    if (cueDocument_ && cueDocument_->window())
+        cueDocument_->window()->showMinimized();
+    stateSize_ = 0;
+    stateAddress_ = 0;
+    for (const char* command : {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1"})
+        comThread_->sendString(QString::fromLatin1(command));
+
+    const QString path = rz48::askOpenPath(tr("Microcontroller program"), {QStringLiteral("s19"), QStringLiteral("S19")});
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().toLower() != QLatin1String("s19")) {
+        rz48::showAlert(QStringLiteral("select a file with .s19 extension"));
+        return;
+    }
+    showProgress({QStringLiteral("loading S Record file..."), 0});
+    QString text;
+    if (!rz48::readUtf8File(path, 16 * 1024 * 1024, text)) {
+        rz48::showAlert(QStringLiteral("problem opening file, try again"));
+        return;
+    }
+    rz48::update::SettingsImage settings;
+    settings.buffer = stateBuffer_;
+    settings.address = stateAddress_;
+    settings.size = stateSize_;
+    const QStringList records = rz48::update::microRecords(text, settings);
+
+    comThread_->stopThread();
+    microUpdateThread_->setFd(comThread_->fd());
+    microUpdateThread_->setSRecArray(records);
+    microUpdateThread_->setLoader(loader);
+    if (microUpdateThread_->startThread(this) != 0) {
+        threadUpdateComplete({QStringLiteral("the update could not start: the unit's port is not open"), 0});
+    }
+}
+
+void rz48View::menuFileUpdateFirmware()
+{
+    if (!comThread_)
+        return;
+    tabViewRz48->setCurrentIndex(kUpdateTab);
+    if (cueDocument_ && cueDocument_->window())
+        cueDocument_->window()->showMinimized();
+    comThread_->sendString(QStringLiteral("A 1"));
+    const QString path = rz48::askOpenPath(tr("FPGA configuration"), {QStringLiteral("MCS"), QStringLiteral("mcs")});
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().toLower() != QLatin1String("mcs")) {
+        rz48::showAlert(QStringLiteral("select a file with .mcs extension"));
+        return;
+    }
+    QString text, error;
+    if (!rz48::readUtf8File(path, 64 * 1024 * 1024, text, &error)) {
+        rz48::showAlert(tr("cannot read %1").arg(path), error);
+        return;
+    }
+    firmwareUpdateThread_->setFd(comThread_->fd());
+    firmwareUpdateThread_->setArray(text.split(u'\n'));
+    comThread_->sendString(QStringLiteral("d 1"));
+    // The command goes out with the link thread's next turn: give it that.
+    for (int i = 0; i < 50 && comThread_->txCount() > 0; ++i)
+        ::usleep(2000);
+    ::usleep(10000);
+    comThread_->stopThread();
+    comThread_->setBaud(230400);
+    if (firmwareUpdateThread_->startThread(this) != 0)
+        threadUpdateComplete({QStringLiteral("the update could not start: the unit's port is not open"), 0});
+}
+
+void rz48View::showProgress(const Progress& progress)
+{
+    progressBarUpdate->show();
+    labelUpdate->show();
+    progressBarUpdate->setRange(0, 100);
+    progressBarUpdate->setValue(std::clamp(progress.percent, 0, 100));
+    labelUpdate->setText(progress.msg);
+}
+
+void rz48View::threadHasProgress(Progress progress)
+{
+    showProgress(progress);
+}
+
+void rz48View::threadUpdateComplete(Progress progress)
+{
+    showProgress(progress);
+    progress_downcount = kProgressHideTicks;
+    if (microUpdateThread_)
+        microUpdateThread_->stopThread();
+    if (firmwareUpdateThread_)
+        firmwareUpdateThread_->stopThread();
+    if (comThread_ && comThread_->fd() >= 0) {
+        comThread_->setBaud(38400);
+        comThread_->startThread(this);
+    }
 }
 
 // ---------------------------------------------------------------- senders

@@ -4,6 +4,7 @@
 // report lines, applies each report to the controls (a report never sends
 // anything back) and holds the main tab's controls and their senders.
 #include "link/MsgClass.h"
+#include "update/Progress.h"
 
 #include <QElapsedTimer>
 #include <QWidget>
@@ -16,6 +17,8 @@
 class AnnunciatorView;
 class ComThread;
 class CueDocument;
+class FirmwareUpdateThread;
+class MicroUpdateThread;
 class MonitorView;
 class PunchView;
 class QCheckBox;
@@ -34,6 +37,11 @@ struct LinkOptions {
     QString searchDirectory;   // empty: the default ("/dev")
     QString explicitPort;      // set: only this port is probed
     std::function<bool()> driverCheck; // set: replaces the platform's USB serial driver check
+    // The microcontroller loader image: read from this file when set, else
+    // from the default places; a built-in emulated unit hands its own.
+    QString loaderPath;
+    QByteArray simulatedLoader;
+    bool simulated = false;
 };
 
 class rz48View : public QWidget {
@@ -58,6 +66,13 @@ public:
     void menuFileOpen();
     // Whether the panel may close: unsaved cue list edits are offered for saving.
     bool mayClose();
+    // The two updates of the File menu, and their workers' reports.
+    void menuFileUpdateMicro();
+    void menuFileUpdateFirmware();
+    Q_INVOKABLE void threadHasProgress(Progress progress);
+    Q_INVOKABLE void threadUpdateComplete(Progress progress);
+    MicroUpdateThread* microUpdateThread() const { return microUpdateThread_.get(); }
+    FirmwareUpdateThread* firmwareUpdateThread() const { return firmwareUpdateThread_.get(); }
 
     // --- main tab senders and handlers ---
     void sendRate();
@@ -133,11 +148,17 @@ private:
     void onStepperMasking(int edge);
     void send(const QString& command);
     void showPopEnables(int32_t bits);
+    // The loader image for a microcontroller update, or empty after an alert.
+    QByteArray loaderForUpdate();
+    void showProgress(const Progress& progress);
 
     // Long-lived objects.
     std::unique_ptr<MsgClass> msg_;
     std::unique_ptr<ComThread> comThread_;
+    std::unique_ptr<FirmwareUpdateThread> firmwareUpdateThread_;
+    std::unique_ptr<MicroUpdateThread> microUpdateThread_;
     std::unique_ptr<CueDocument> cueDocument_;
+    LinkOptions options_;
     QTimer* aTimer = nullptr;
     int tag_ = 0;
     uint32_t progress_downcount = 0;

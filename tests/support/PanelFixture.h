@@ -42,9 +42,12 @@ public:
     QString openPath(const QString&, const QStringList& offered) override
     {
         suffixes << offered.join(u',');
+        if (beforeAnswer) // a person takes a moment to choose
+            beforeAnswer();
         return nextOpen;
     }
     QString nextSave, nextOpen;
+    std::function<void()> beforeAnswer;
     QStringList suffixes;
 };
 
@@ -72,13 +75,19 @@ protected:
     {
         std::string error;
         ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
-        view->awakeFromNib({dir.path(), {}, [] { return true; }});
+        view->awakeFromNib(noUnit());
         ASSERT_TRUE(view->comThread()->isRunning());
         ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
     }
 
-    // The directory holds no unit; the USB serial driver counts as installed.
-    LinkOptions noUnit() const { return {dir.path(), {}, [] { return true; }}; }
+    // The test directory (with or without a unit); the USB serial driver counts as installed.
+    LinkOptions noUnit() const
+    {
+        LinkOptions options;
+        options.searchDirectory = dir.path();
+        options.driverCheck = [] { return true; };
+        return options;
+    }
 
     template <class T> T* find(const char* name)
     {

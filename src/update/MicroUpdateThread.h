@@ -1,0 +1,45 @@
+#pragma once
+// Replaces the unit's microcontroller program: loads the 772-byte loader
+// byte by byte with an echo check, waits for the flash to be erased, then
+// sends every S1 record and waits for its acknowledgement. Owns the serial
+// descriptor while it runs (the link thread is stopped first); reports go to
+// the parent's threadHasProgress and, once, threadUpdateComplete.
+#include <QByteArray>
+#include <QObject>
+#include <QStringList>
+
+#include <atomic>
+#include <thread>
+
+class MicroUpdateThread {
+public:
+    MicroUpdateThread() = default;
+    ~MicroUpdateThread();
+    MicroUpdateThread(const MicroUpdateThread&) = delete;
+    MicroUpdateThread& operator=(const MicroUpdateThread&) = delete;
+
+    void setFd(int fd) { fd_ = fd; }
+    int fd() const { return fd_; }
+    void setSRecArray(const QStringList& records) { sRecArray_ = records; }
+    const QStringList& sRecArray() const { return sRecArray_; }
+    // The loader image (772 bytes) sent before the records.
+    void setLoader(const QByteArray& loader) { loader_ = loader; }
+
+    // -1 without a descriptor or records, or while a worker runs; else 0.
+    int startThread(QObject* parent);
+    void stopThread();
+    bool isRunning() const { return thread_.joinable(); }
+    int bytesAvailable() const;
+
+private:
+    void run(QObject* parent);
+    void report(QObject* parent, const QString& message, int percent);
+    // Waits up to `steps` x `stepUs` for input; true when some is waiting.
+    bool waitForInput(int steps, unsigned stepUs) const;
+
+    int fd_ = -1;
+    QStringList sRecArray_;
+    QByteArray loader_;
+    std::atomic<bool> abort_ {false};
+    std::thread thread_;
+};
