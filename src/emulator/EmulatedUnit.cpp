@@ -269,21 +269,23 @@ std::string EmulatedUnit::receiveUpdateByte(unsigned char byte, Clock::time_poin
         if (updateLine_.size() < 600)
             updateLine_.push_back(char(byte));
         return {};
-    case Mode::Download:
+    case Mode::Download: {
+        // Each character is echoed as it comes in; the CR that ends a batch
+        // comes back as CR LF.
         lastDownload_ = now;
-        if (byte != '\r') {
-            if (batch_.size() < 4096)
-                batch_.push_back(char(byte));
-            return {};
-        } else {
-            std::string echo = batch_ + "\r\n";
-            if (downloadBatches_ == faults_.corruptEchoBatch && !echo.empty())
-                echo[0] = echo[0] == 'X' ? 'Y' : 'X';
+        if (byte == '\r') {
             downloadText_ += batch_;
             ++downloadBatches_;
             batch_.clear();
-            return echo;
+            return "\r\n";
         }
+        char echo = char(byte);
+        if (downloadBatches_ == faults_.corruptEchoBatch && batch_.empty())
+            echo = echo == 'X' ? 'Y' : 'X';
+        if (batch_.size() < 4096)
+            batch_.push_back(char(byte));
+        return std::string(1, echo);
+    }
     case Mode::Normal:
         break;
     }

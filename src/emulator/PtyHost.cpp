@@ -1,5 +1,6 @@
 #include "emulator/PtyHost.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -149,6 +150,8 @@ void PtyHost::serve()
     std::string outgoing;        // due bytes not yet written
     Clock::time_point paceStart = Clock::now();
     uint64_t pacedBytes = 0;
+    double inCredit = 0;         // bytes the line could have carried in so far
+    Clock::time_point lastTurn = Clock::now();
     char buf[512];
 
     while (!stop_) {
@@ -162,14 +165,26 @@ void PtyHost::serve()
             return;
         }
 
-        pollfd p {master_, POLLIN, 0};
-        const bool busy = !outgoing.empty();
+        int baud = pacingBaud_.load();
+        if (baud == kPortSpeed)
+            baud = portSpeed();
+        {
+            const auto t = Clock::now();
+            if (baud > 0) // input is taken at the line's speed too, a small buffer's worth at most
+                inCredit = std::min(inCredit + std::chrono::duration<double>(t - lastTurn).count() * baud / 10.0, 64.0);
+            lastTurn = t;
+        }
+        const bool mayRead = baud <= 0 || inCredit >= 1;
+        pollfd p {master_, short(mayRead ? POLLIN : 0), 0};
+        const bool busy = !outgoing.empty() || !mayRead;
         ::poll(&p, 1, busy ? 1 : 20);
         const auto now = Clock::now();
 
         if (p.revents & POLLIN) {
-            const ssize_t n = ::read(master_, buf, sizeof buf);
+            const size_t room = baud > 0 ? std::min(sizeof buf, size_t(inCredit)) : sizeof buf;
+            const ssize_t n = ::read(master_, buf, room);
             if (n > 0) {
+                inCredit -= double(n);
                 const std::string in(buf, size_t(n));
                 {
                     std::lock_guard lock(outMutex_);
@@ -200,9 +215,6 @@ void PtyHost::serve()
         }
 
         size_t allowed = outgoing.size();
-        int baud = pacingBaud_.load();
-        if (baud == kPortSpeed)
-            baud = portSpeed();
         if (baud > 0) {
             const auto us = std::chrono::duration_cast<std::chrono::microseconds>(now - paceStart).count();
             const uint64_t budget = uint64_t(us) * uint64_t(baud) / 10u / 1000000u + 1;
