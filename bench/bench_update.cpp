@@ -52,6 +52,27 @@ struct Unit {
     }
 };
 
+// Runs one update worker to its end and records its time against the wire's.
+template <class Worker>
+void timeUpdate(benchmark::State& state, Unit&, Worker& worker, double wire)
+{
+    Receiver receiver;
+    QElapsedTimer timer;
+    timer.start();
+    rz48::DiagCapture quiet;
+    worker.startThread(&receiver);
+    receiver.loop.exec();
+    const double seconds = timer.elapsed() / 1000.0;
+    worker.stopThread();
+    if (receiver.result != QLatin1String("success!")) {
+        state.SkipWithError(qPrintable(receiver.result));
+        return;
+    }
+    state.SetIterationTime(seconds);
+    state.counters["wire_s"] = wire;
+    state.counters["ratio"] = seconds / wire;
+}
+
 void BM_FpgaRelay1MiB(benchmark::State& state)
 {
     QStringList lines;
@@ -79,21 +100,7 @@ void BM_FpgaRelay1MiB(benchmark::State& state)
         FirmwareUpdateThread worker;
         worker.setFd(unit.link.fd());
         worker.setArray(lines);
-        Receiver receiver;
-        QElapsedTimer timer;
-        timer.start();
-        rz48::DiagCapture quiet;
-        worker.startThread(&receiver);
-        receiver.loop.exec();
-        const double seconds = timer.elapsed() / 1000.0;
-        worker.stopThread();
-        if (receiver.result != QLatin1String("success!")) {
-            state.SkipWithError(qPrintable(receiver.result));
-            return;
-        }
-        state.SetIterationTime(seconds);
-        state.counters["wire_s"] = wire;
-        state.counters["ratio"] = seconds / wire;
+        timeUpdate(state, unit, worker, wire);
     }
 }
 BENCHMARK(BM_FpgaRelay1MiB)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
@@ -126,21 +133,7 @@ void BM_Microcontroller32KiB(benchmark::State& state)
         worker.setFd(unit.link.fd());
         worker.setSRecArray(records);
         worker.setLoader(QByteArray(reinterpret_cast<const char*>(loader.data()), qsizetype(loader.size())));
-        Receiver receiver;
-        QElapsedTimer timer;
-        timer.start();
-        rz48::DiagCapture quiet;
-        worker.startThread(&receiver);
-        receiver.loop.exec();
-        const double seconds = timer.elapsed() / 1000.0;
-        worker.stopThread();
-        if (receiver.result != QLatin1String("success!")) {
-            state.SkipWithError(qPrintable(receiver.result));
-            return;
-        }
-        state.SetIterationTime(seconds);
-        state.counters["wire_s"] = wire;
-        state.counters["ratio"] = seconds / wire;
+        timeUpdate(state, unit, worker, wire);
         state.counters["records"] = double(records.size());
     }
 }

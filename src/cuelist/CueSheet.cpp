@@ -1,10 +1,10 @@
 #include "cuelist/CueSheet.h"
 
+#include "common/PosixRegex.h"
 #include "common/TextValue.h"
 #include "timecode/TCFormatter.h"
 #include "timecode/TcCalculator.h"
 
-#include <regex.h>
 
 #include <algorithm>
 
@@ -13,31 +13,16 @@
 namespace rz48::cuesheet {
 namespace {
 
-// Cue times: the last separator may be ";" (drop-frame sheets).
-const regex_t* cueTimePattern()
-{
-    static const regex_t* pattern = [] {
-        static regex_t compiled;
-        const int rc = regcomp(&compiled, "(([2][0-3])|([0-1][0-9]))\\:[0-5][0-9]\\:[0-5][0-9][:;][0-2][0-9]", REG_EXTENDED);
-        return rc == 0 ? &compiled : nullptr;
-    }();
-    return pattern;
-}
-
-// Where the first cue time starts: a byte offset into the text's UTF-8 form,
-// which the parser then uses as a character index (lines with non-ASCII
-// characters before the time are cut at the wrong place, as the sheet format
-// has always done).
+// Where the first cue time (the last separator may be ";", as in
+// drop-frame sheets) starts: a byte offset into the text's UTF-8 form, which
+// the parser then uses as a character index (lines with non-ASCII characters
+// before the time are cut at the wrong place, as the sheet format has always
+// done).
 qsizetype cueTimeAt(const QString& text)
 {
-    const regex_t* pattern = cueTimePattern();
-    if (!pattern)
-        return -1;
-    const QByteArray utf8 = text.toUtf8();
-    regmatch_t match[1];
-    if (regexec(pattern, utf8.constData(), 1, match, 0) != 0)
-        return -1;
-    return qsizetype(match[0].rm_so);
+    static const PosixRegex pattern("(([2][0-3])|([0-1][0-9]))\\:[0-5][0-9]\\:[0-5][0-9][:;][0-2][0-9]");
+    const std::optional<PosixRegex::Match> match = pattern.firstMatch(text);
+    return match ? qsizetype(match->start) : -1;
 }
 
 bool isLineBreak(QChar c)

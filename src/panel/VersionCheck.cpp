@@ -1,37 +1,19 @@
 #include "panel/VersionCheck.h"
 
 #include "common/FieldScanner.h"
+#include "common/PosixRegex.h"
 
-#include <regex.h>
 
 namespace rz48 {
-namespace {
-
-// Compiled once, on first use.
-const regex_t* versionPattern()
-{
-    static regex_t* pattern = [] {
-        static regex_t compiled;
-        const int rc = regcomp(&compiled,
-                               "(([0-9])|([0-9][0-9]))\\.(([0-9])|([0-9][0-9]))\\.(([0-9])|([0-9][0-9]))",
-                               REG_EXTENDED);
-        return rc == 0 ? &compiled : nullptr;
-    }();
-    return pattern;
-}
-
-} // namespace
-
 std::optional<QString> firstDottedVersion(const QString& text)
 {
-    const regex_t* pattern = versionPattern();
-    if (!pattern)
+    static const PosixRegex pattern(
+        "(([0-9])|([0-9][0-9]))\\.(([0-9])|([0-9][0-9]))\\.(([0-9])|([0-9][0-9]))");
+    const std::optional<PosixRegex::Match> match = pattern.firstMatch(text);
+    if (!match)
         return std::nullopt;
     const QByteArray utf8 = text.toUtf8();
-    regmatch_t match[1];
-    if (regexec(pattern, utf8.constData(), 1, match, 0) != 0)
-        return std::nullopt;
-    return QString::fromUtf8(utf8.constData() + match[0].rm_so, match[0].rm_eo - match[0].rm_so);
+    return QString::fromUtf8(utf8.constData() + match->start, qsizetype(match->end - match->start));
 }
 
 long long versionValue(const QString& text)

@@ -1,35 +1,19 @@
 #include "timecode/TcCalculator.h"
 
+#include "common/PosixRegex.h"
 #include "common/TextValue.h"
 
 #include <QStringList>
 
-#include <regex.h>
 
 namespace {
 
-// Compiled once, on first use.
-const regex_t* timecodePattern()
-{
-    static const regex_t* pattern = [] {
-        static regex_t compiled;
-        const int rc = regcomp(&compiled, "(([2][0-3])|([0-1][0-9]))\\:[0-5][0-9]\\:[0-5][0-9]\\:[0-2][0-9]", REG_EXTENDED);
-        return rc == 0 ? &compiled : nullptr;
-    }();
-    return pattern;
-}
-
-// Byte offset of the first match in the text's UTF-8 form, or -1.
+// Byte offset of the first timecode in the text's UTF-8 form, or -1.
 long long firstMatch(const QString& text)
 {
-    const regex_t* pattern = timecodePattern();
-    if (!pattern)
-        return -1;
-    const QByteArray utf8 = text.toUtf8();
-    regmatch_t match[1];
-    if (regexec(pattern, utf8.constData(), 1, match, 0) != 0)
-        return -1;
-    return match[0].rm_so;
+    static const rz48::PosixRegex pattern("(([2][0-3])|([0-1][0-9]))\\:[0-5][0-9]\\:[0-5][0-9]\\:[0-2][0-9]");
+    const std::optional<rz48::PosixRegex::Match> match = pattern.firstMatch(text);
+    return match ? match->start : -1;
 }
 
 } // namespace
