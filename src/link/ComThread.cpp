@@ -12,6 +12,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -51,37 +52,57 @@ ComThread::~ComThread()
         ::close(fd_);
 }
 
-int32_t ComThread::openUsbSerial()
+QStringList ComThread::candidatePorts(bool* directoryRead)
 {
     QStringList paths;
-    if (!explicitPort_.isEmpty()) {
-        paths << explicitPort_;
-    } else {
-        const QByteArray dirName = searchDirectory_.toLocal8Bit();
-        DIR* dir = ::opendir(dirName.constData());
-        if (!dir)
-            return -1;
-        while (const dirent* entry = ::readdir(dir)) {
-            const QString name = QString::fromLocal8Bit(entry->d_name);
-            for (const QString& pattern : namePatterns_) {
-                if (name.contains(pattern)) {
-                    paths << searchDirectory_ + u'/' + name;
-                    break;
-                }
+    *directoryRead = true;
+    if (!explicitPort_.isEmpty())
+        return {explicitPort_};
+    const QByteArray dirName = searchDirectory_.toLocal8Bit();
+    DIR* dir = ::opendir(dirName.constData());
+    if (!dir) {
+        *directoryRead = false;
+        return paths;
+    }
+    while (const dirent* entry = ::readdir(dir)) {
+        const QString name = QString::fromLocal8Bit(entry->d_name);
+        for (const QString& pattern : namePatterns_) {
+            if (name.contains(pattern)) {
+                paths << searchDirectory_ + u'/' + name;
+                break;
             }
         }
-        ::closedir(dir);
     }
+    ::closedir(dir);
+    return paths;
+}
+
+int32_t ComThread::openUsbSerial()
+{
+    bool directoryRead = false;
+    const QStringList paths = candidatePorts(&directoryRead);
+    if (!directoryRead)
+        return -1;
 
     prepareSettings(sp_);
     for (const QString& path : paths) {
-        if (probe(path)) {
+        QString reason;
+        const ProbeResult result = probe(path, reason);
+        if (result == ProbeResult::Found) {
             rz48::diag("found RZ-48 on port %s\n", path.toLocal8Bit().constData());
             com_ = QFileInfo(path).fileName();
             return 0;
         }
+        if (result == ProbeResult::CannotOpen) {
+            rz48::diag("failed to open %s\n", path.toLocal8Bit().constData());
+            rz48::diag("%s\n", reason.toLocal8Bit().constData());
+        }
     }
 
+    if (paths.isEmpty())
+        rz48::diag("%s\n", rz48::serial::noAdapterLine(searchDirectory_, namePatterns_).toLocal8Bit().constData());
+    for (const QString& line : rz48::serial::claimedAdapters(usbDevices_))
+        rz48::diag("%s\n", line.toLocal8Bit().constData());
     if (driverCheck_ && !driverCheck_())
         rz48::showAlert(QStringLiteral("install USB driver found at ") + QLatin1String(kDriverPage));
     com_ = QStringLiteral("RZ48 not found");
@@ -89,23 +110,59 @@ int32_t ComThread::openUsbSerial()
     return -1;
 }
 
-bool ComThread::probe(const QString& path)
+QStringList ComThread::listPorts()
 {
+    QStringList lines;
+    bool directoryRead = false;
+    const QStringList paths = candidatePorts(&directoryRead);
+    if (!directoryRead)
+        return {QStringLiteral("%1: cannot be read").arg(searchDirectory_)};
+    if (paths.isEmpty())
+        lines << rz48::serial::noAdapterLine(searchDirectory_, namePatterns_);
+    prepareSettings(sp_);
+    for (const QString& path : paths) {
+        QString reason;
+        switch (probe(path, reason)) {
+        case ProbeResult::Found:
+            lines << QStringLiteral("%1: opened; answered the probe: an RZ-48").arg(path);
+            ::close(fd_);
+            fd_ = -1;
+            break;
+        case ProbeResult::NoAnswer:
+            lines << QStringLiteral("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
+            break;
+        case ProbeResult::CannotOpen:
+            lines << QStringLiteral("%1: cannot be opened: %2").arg(path, reason);
+            break;
+        }
+    }
+    lines << rz48::serial::claimedAdapters(usbDevices_);
+    return lines;
+}
+
+ComThread::ProbeResult ComThread::probe(const QString& path, QString& reason)
+{
+    const QString holder = rz48::serial::lockFileHolder(path, lockDirectory_);
+    if (!holder.isEmpty()) {
+        reason = rz48::serial::busyReason(path, holder);
+        return ProbeResult::CannotOpen;
+    }
     const QByteArray local = path.toLocal8Bit();
     const int fd = ::open(local.constData(), O_RDWR | O_NONBLOCK | O_NOCTTY);
     if (fd < 0) {
-        const int error = errno;
-        rz48::diag("failed to open %s\n", local.constData());
-        rz48::diag("%s\n", rz48::serial::openFailureReason(path, error).toLocal8Bit().constData());
-        return false;
+        reason = rz48::serial::openFailureReason(path, errno);
+        return ProbeResult::CannotOpen;
     }
     if (::tcgetattr(fd, &old_sp_) != 0) {
         // Not a terminal at all: never write a probe into an ordinary file.
-        const int error = errno;
-        rz48::diag("failed to open %s\n", local.constData());
-        rz48::diag("%s\n", rz48::serial::openFailureReason(path, error).toLocal8Bit().constData());
+        reason = rz48::serial::openFailureReason(path, errno);
         ::close(fd);
-        return false;
+        return ProbeResult::CannotOpen;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        reason = rz48::serial::busyReason(path, rz48::serial::flockHolder(fd));
+        ::close(fd);
+        return ProbeResult::CannotOpen;
     }
     sp_.c_oflag = 0;
     int rts = TIOCM_RTS;
@@ -117,12 +174,14 @@ bool ComThread::probe(const QString& path)
     sendString(QString()); // the thread is not running yet: queues nothing
 
     for (int attempt = 0; attempt < 3; ++attempt) {
-        if (sendStringPolling(QStringLiteral("B\r\n")).contains(QLatin1String("C190")))
-            return true;
+        if (sendStringPolling(QStringLiteral("B\r\n")).contains(QLatin1String("C190"))) {
+            ::ioctl(fd, TIOCEXCL); // nobody else opens the unit's port while the panel has it
+            return ProbeResult::Found;
+        }
     }
     ::close(fd);
     fd_ = -1;
-    return false;
+    return ProbeResult::NoAnswer;
 }
 
 QString ComThread::sendStringPolling(const QString& text)

@@ -37,6 +37,14 @@ public:
     void setExplicitPort(const QString& path) { explicitPort_ = path; }
     // Replaces the platform's driver check (for tests and other platforms).
     void setDriverCheck(std::function<bool()> check) { driverCheck_ = std::move(check); }
+    // Where other programs' lock files are (default /var/lock) and where the
+    // USB devices are listed (default /sys/bus/usb/devices).
+    void setLockDirectory(const QString& directory) { lockDirectory_ = directory; }
+    void setUsbDevices(const QString& directory) { usbDevices_ = directory; }
+
+    // For support: every candidate port and what was found on it (opened
+    // or why not, answered the probe or not), and adapters without a port.
+    QStringList listPorts();
 
     void startThread(QObject* parent);
     void stopThread();
@@ -56,7 +64,10 @@ public:
     const QString& com() const { return com_; }
 
 private:
-    bool probe(const QString& path);
+    enum class ProbeResult { Found, CannotOpen, NoAnswer };
+    QStringList candidatePorts(bool* directoryRead);
+    // Opens and probes one port; on Found it stays open. `reason` says why not.
+    ProbeResult probe(const QString& path, QString& reason);
     void enqueue(MsgClass message);
     void run(QObject* parent);
     void writeAll(const QByteArray& bytes);
@@ -70,6 +81,8 @@ private:
     QStringList namePatterns_;
     QString explicitPort_;
     std::function<bool()> driverCheck_;
+    QString lockDirectory_ = QStringLiteral("/var/lock");
+    QString usbDevices_ = QStringLiteral("/sys/bus/usb/devices");
 
     std::mutex ioLock_;               // guards txArray_
     std::deque<MsgClass> txArray_;

@@ -1,10 +1,14 @@
 #include "link/SerialPort.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <unistd.h>
+#include <sys/stat.h>
 #include <sys/utsname.h>
 
 namespace rz48::serial {
@@ -58,7 +62,7 @@ QString openFailureReason(const QString& path, int error)
                               "(sudo usermod -aG dialout $USER, then log out and in again)")
             .arg(path);
     case EBUSY:
-        return QStringLiteral("%1: the port is busy; another program is using it").arg(path);
+        return busyReason(path, QString());
     case ENOENT:
         return QStringLiteral("%1: no such device (unplugged, or a link to a device that is gone)")
             .arg(path);
@@ -97,6 +101,115 @@ bool ftdiDriverPresent()
 #else
     return QFileInfo::exists(QStringLiteral("/System/Library/Extensions/FTDIUSBSerialDriver.kext"));
 #endif
+}
+
+namespace {
+
+QString processName(long pid)
+{
+    QFile comm(QStringLiteral("/proc/%1/comm").arg(pid));
+    const QString name = comm.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(comm.readAll()).trimmed() : QString();
+    return name.isEmpty() ? QStringLiteral("process %1").arg(pid) : QStringLiteral("process %1 (%2)").arg(pid).arg(name);
+}
+
+bool running(long pid)
+{
+    return pid > 0 && (::kill(pid_t(pid), 0) == 0 || errno == EPERM);
+}
+
+QString readTrimmed(const QString& path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(f.read(4096)).trimmed() : QString();
+}
+
+} // namespace
+
+QString lockFileHolder(const QString& path, const QString& lockDir)
+{
+    // The lock is named after the device: the entry itself and, for a link,
+    // the device it points to.
+    QStringList names {QFileInfo(path).fileName()};
+    const QString target = QFileInfo(path).canonicalFilePath();
+    if (!target.isEmpty() && QFileInfo(target).fileName() != names.first())
+        names << QFileInfo(target).fileName();
+    for (const QString& name : names) {
+        QFile lock(QDir(lockDir).filePath(QStringLiteral("LCK..") + name));
+        if (!lock.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray content = lock.read(64);
+        long pid = 0;
+        if (content.size() == 4 && !QChar::fromLatin1(content.at(0)).isDigit()) // the old binary form
+            std::memcpy(&pid, content.constData(), 4);
+        else
+            pid = content.trimmed().toLong();
+        if (running(pid))
+            return processName(pid);
+    }
+    return {};
+}
+
+QString flockHolder(int fd)
+{
+    struct stat st {};
+    if (::fstat(fd, &st) != 0)
+        return {};
+    QFile locks(QStringLiteral("/proc/locks"));
+    if (!locks.open(QIODevice::ReadOnly))
+        return {};
+    // "1: FLOCK  ADVISORY  WRITE 1234 00:05:123 0 EOF": the PID and major:minor:inode.
+    const QString inode = QStringLiteral(":%1").arg(qulonglong(st.st_ino));
+    for (const QByteArray& raw : locks.readAll().split('\n')) {
+        const QStringList fields = QString::fromLatin1(raw).simplified().split(u' ');
+        if (fields.size() >= 6 && fields[5].endsWith(inode)) {
+            const long pid = fields[4].toLong();
+            if (pid != ::getpid() && running(pid))
+                return processName(pid);
+        }
+    }
+    return {};
+}
+
+QString busyReason(const QString& path, const QString& holder)
+{
+    return QStringLiteral("%1: the port is busy: %2 is using it; close that program (or unplug and replug the adapter) and start the panel again")
+        .arg(path, holder.isEmpty() ? QStringLiteral("another program") : holder);
+}
+
+QStringList claimedAdapters(const QString& sysfsDevices)
+{
+    QStringList lines;
+    const QDir root(sysfsDevices);
+    for (const QString& device : root.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::System)) {
+        if (device.contains(u':') || readTrimmed(root.filePath(device + QStringLiteral("/idVendor"))) != QLatin1String("0403"))
+            continue;
+        bool hasPort = false;
+        QString driver;
+        for (const QString& iface : root.entryList({device + QStringLiteral(":*")}, QDir::Dirs | QDir::System)) {
+            if (!QDir(root.filePath(iface)).entryList({QStringLiteral("ttyUSB*")}, QDir::Dirs | QDir::System).isEmpty())
+                hasPort = true;
+            const QString link = QFileInfo(root.filePath(iface + QStringLiteral("/driver"))).symLinkTarget();
+            if (driver.isEmpty() && !link.isEmpty())
+                driver = QFileInfo(link).fileName();
+        }
+        if (hasPort)
+            continue;
+        QString product = readTrimmed(root.filePath(device + QStringLiteral("/product")));
+        if (product.isEmpty())
+            product = QStringLiteral("0403:%1").arg(readTrimmed(root.filePath(device + QStringLiteral("/idProduct"))));
+        lines << QStringLiteral("USB device %1: an FTDI serial adapter (%2) is plugged in but has no serial port: %3; "
+                                "a braille display service often does this (sudo apt remove brltty frees it)")
+                     .arg(device, product,
+                          driver.isEmpty() ? QStringLiteral("no driver is bound to it")
+                                           : QStringLiteral("the %1 driver holds it").arg(driver));
+    }
+    return lines;
+}
+
+QString noAdapterLine(const QString& directory, const QStringList& patterns)
+{
+    return QStringLiteral("no USB serial adapter found: nothing in %1 is named like %2; is the unit's USB adapter plugged in?")
+        .arg(directory, patterns.join(QStringLiteral(" or ")));
 }
 
 } // namespace rz48::serial

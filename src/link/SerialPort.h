@@ -25,4 +25,20 @@ QStringList defaultNamePatterns();
 // with the running kernel as a module or built in.
 bool ftdiDriverPresent();
 
+// Who holds a port by the lock-file convention (LCK..<name> in `lockDir`,
+// holding the PID of a running process): "process 1234 (minicom)"; empty
+// when nobody does.
+QString lockFileHolder(const QString& path, const QString& lockDir);
+// Who holds an advisory lock on the open port `fd`, from /proc/locks.
+QString flockHolder(int fd);
+// The busy line for a port that another program holds.
+QString busyReason(const QString& path, const QString& holder);
+
+// FTDI USB serial adapters that are plugged in but have no serial port,
+// because another driver or service holds them: one line each, saying what
+// to do. `sysfsDevices` is /sys/bus/usb/devices.
+QStringList claimedAdapters(const QString& sysfsDevices);
+// The line for a search that found no candidate entry at all.
+QString noAdapterLine(const QString& directory, const QStringList& patterns);
+
 } // namespace rz48::serial
