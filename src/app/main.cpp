@@ -15,6 +15,7 @@
 #include <QTimer>
 
 #include <csignal>
+#include <cstring>
 #include <cstdio>
 #include <memory>
 
@@ -29,8 +30,34 @@ void onSignal(int)
 
 } // namespace
 
+// --list-ports: every candidate port and what was found on it, for support
+// calls. Needs no display.
+int listPorts(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    const QCommandLineOption list(QStringLiteral("list-ports"));
+    const QCommandLineOption port(QStringLiteral("port"), QString(), QStringLiteral("path"));
+    const QCommandLineOption devDir(QStringLiteral("dev-dir"), QString(), QStringLiteral("directory"));
+    parser.addOptions({list, port, devDir});
+    parser.parse(app.arguments());
+    ComThread link;
+    link.setDriverCheck([] { return true; });
+    if (parser.isSet(devDir))
+        link.setSearchDirectory(parser.value(devDir));
+    if (parser.isSet(port))
+        link.setExplicitPort(parser.value(port));
+    for (const QString& line : link.listPorts())
+        std::printf("%s\n", qPrintable(line));
+    return 0;
+}
+
 int main(int argc, char** argv)
 {
+    for (int i = 1; i < argc; ++i)
+        if (std::strcmp(argv[i], "--list-ports") == 0)
+            return listPorts(argc, argv);
+
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("rz48panel"));
     QApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
@@ -61,7 +88,10 @@ int main(int argc, char** argv)
                                                    "microcontroller (default: rz48/rz48-loader.bin in the data directories, "
                                                    "e.g. ~/.local/share/rz48/rz48-loader.bin or /usr/share/rz48/rz48-loader.bin)."),
                                     QStringLiteral("file"));
-    parser.addOptions({simulate, port, devDir, screenshot, tab, loader});
+    const QCommandLineOption list(QStringLiteral("list-ports"),
+                                  QStringLiteral("List the candidate serial ports and what was found on each (opened or why "
+                                                 "not, answered the probe or not), then quit. Needs no display."));
+    parser.addOptions({simulate, port, devDir, screenshot, tab, loader, list});
     parser.process(app);
 
     RZ48AppDelegate delegate;
