@@ -26,7 +26,10 @@ public:
     void encodeWithCoder(QDataStream& out) const;
     static CueItem initWithCoder(QDataStream& in);
 
-    bool operator==(const CueItem&) const = default;
+    bool operator==(const CueItem& o) const
+    {
+        return cueId == o.cueId && cueIn == o.cueIn && cueOut == o.cueOut && cueText == o.cueText && cueNotes == o.cueNotes;
+    }
 };
 
 namespace rz48 {

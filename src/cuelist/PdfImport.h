@@ -15,7 +15,7 @@ struct PDFStringTableItem {
     int32_t x = -1;
     int32_t y = -1;
     QString text;
-    bool operator==(const PDFStringTableItem&) const = default;
+    bool operator==(const PDFStringTableItem& o) const { return x == o.x && y == o.y && text == o.text; }
 };
 
 namespace rz48::pdf {

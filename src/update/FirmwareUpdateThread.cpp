@@ -9,12 +9,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-namespace {
-
-constexpr qsizetype kBufferMax = 1023; // receive and transmit buffers hold at most this much
-
-} // namespace
-
 FirmwareUpdateThread::~FirmwareUpdateThread()
 {
     stopThread();
@@ -61,14 +55,14 @@ void FirmwareUpdateThread::run(QObject* parent)
         haveArray_ = false;
     };
     auto readInto = [this](QByteArray& buffer) {
-        const qsizetype room = kBufferMax - buffer.size();
+        const qsizetype room = rz48::update::kEchoBufferMax - buffer.size();
         const int waiting = bytesAvailable();
         if (room <= 0 || waiting <= 0)
             return;
         QByteArray chunk(std::min<qsizetype>(room, waiting), 0);
         const ssize_t n = ::read(fd_, chunk.data(), size_t(chunk.size()));
         if (n > 0)
-            buffer += chunk.left(n);
+            rz48::update::appendReceived(buffer, chunk.left(n));
     };
 
     ::tcflush(fd_, TCIFLUSH);
@@ -86,7 +80,7 @@ void FirmwareUpdateThread::run(QObject* parent)
     do {
         readInto(received);
         ::usleep(10000);
-    } while (bytesAvailable() > 0 && received.size() < kBufferMax);
+    } while (bytesAvailable() > 0 && received.size() < rz48::update::kEchoBufferMax);
     if (!received.contains("ready")) {
         finish("flash erase failed, try again");
         return;
@@ -124,7 +118,7 @@ void FirmwareUpdateThread::run(QObject* parent)
             if (!rx.isEmpty() && rx.endsWith('\n'))
                 break;
         }
-        if (!rx.startsWith(tx)) {
+        if (!rz48::update::echoMatches(tx, rx)) {
             rz48::diag("tx len: %d rx len: %d\n", int(tx.size()), int(rx.size()));
             rz48::diag("\ntxd:\n%s\n", tx.constData());
             rz48::diag("\nrxd:\n%s\n", rx.constData());

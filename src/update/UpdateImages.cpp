@@ -96,4 +96,14 @@ QByteArray nextFpgaBatch(const QStringList& lines, qsizetype& next)
     return batch;
 }
 
+void appendReceived(QByteArray& buffer, const QByteArray& incoming)
+{
+    buffer += incoming.left(std::max<qsizetype>(kEchoBufferMax - buffer.size(), 0));
+}
+
+bool echoMatches(const QByteArray& tx, const QByteArray& rx)
+{
+    return rx.startsWith(tx);
+}
+
 } // namespace rz48::update

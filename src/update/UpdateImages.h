@@ -39,5 +39,11 @@ bool isTestLoader(const QByteArray& loader);
 // The next FPGA batch from line `next` on: trimmed lines while the batch's
 // length plus the line's untrimmed length stays within 1021; `next` moves on.
 QByteArray nextFpgaBatch(const QStringList& lines, qsizetype& next);
+// The FPGA worker's receive buffer holds at most this much.
+inline constexpr qsizetype kEchoBufferMax = 1023;
+// Adds bytes that came in to the receive buffer, within its limit.
+void appendReceived(QByteArray& buffer, const QByteArray& incoming);
+// Whether the unit echoed the whole batch, its CR included.
+bool echoMatches(const QByteArray& tx, const QByteArray& rx);
 
 } // namespace rz48::update
