@@ -25,6 +25,13 @@ void drainReceiveBuffer(MsgClass& msg, const std::function<void(const QString&)>
             line.reset();
         if (!line) {
             const std::optional<QByteArray> midi = msg.removeMidi();
+            if (!midi && sysExAtHead(msg) && msg.buffer().size() > kMaxPendingSysEx) {
+                const qsizetype end = msg.buffer().indexOf("\r\n");
+                const qsizetype dropped = end < 0 ? msg.buffer().size() : end + 2;
+                diag("incomplete system-exclusive message dropped (%lld bytes)\n", static_cast<long long>(dropped));
+                msg.buffer().remove(0, dropped);
+                continue;
+            }
             if (!midi)
                 break;
             QStringDecoder decoder(QStringDecoder::Utf8);

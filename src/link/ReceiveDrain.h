@@ -12,6 +12,10 @@ namespace rz48 {
 // Bytes the receive buffer may hold without a complete line or message; past
 // this (the unit never sends such a thing) the pending bytes are dropped.
 constexpr qsizetype kMaxPendingReceive = 16 * 1024;
+// An unfinished system-exclusive message at the head holds the lines behind
+// it back; once this much has piled up behind its start it is dropped, with
+// the line it runs into, and the lines after it go on.
+constexpr qsizetype kMaxPendingSysEx = 512;
 
 void drainReceiveBuffer(MsgClass& msg, const std::function<void(const QString&)>& onLine);
 

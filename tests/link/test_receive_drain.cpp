@@ -73,6 +73,18 @@ TEST(ReceiveDrain, EndlessBytesWithoutLineEndAreDropped)
     EXPECT_EQ(d.lines.last(), QStringLiteral("J 1"));
 }
 
+TEST(ReceiveDrain, UnfinishedSysExIsDroppedOncePastItsLimit)
+{
+    rz48::DiagCapture out;
+    Drain d;
+    d.feed("\xf0\x01" "A 1\r\n>G 1\r\n>");
+    EXPECT_TRUE(d.lines.isEmpty()); // held behind the message
+    d.feed(QByteArray(600, '#') + "\r\n>Q 1\r\n>");
+    // The message and the line it ran into go; what follows is read.
+    EXPECT_EQ(d.lines, (QStringList {"G 1", QString(600, u'#'), "Q 1"}));
+    EXPECT_NE(out.text().find("incomplete system-exclusive message dropped (7 bytes)\n"), std::string::npos);
+}
+
 TEST(ReceiveDrain, AnyByteStreamEndsAndStaysBounded)
 {
     rz48::DiagCapture out;
