@@ -119,6 +119,9 @@ void CueDocument::makeWindowControllers()
 
     QMenu* edit = window_->menuBar()->addMenu(tr("&Edit"));
     edit->setObjectName(QStringLiteral("menuEdit"));
+    QAction* copyAction = edit->addAction(tr("&Copy cues"), this, &CueDocument::copy);
+    copyAction->setObjectName(QStringLiteral("menuEditCopy"));
+    copyAction->setShortcut(QKeySequence::Copy);
     QAction* pasteAction = edit->addAction(tr("&Paste cues"), this, &CueDocument::paste);
     pasteAction->setObjectName(QStringLiteral("menuEditPaste"));
     pasteAction->setShortcut(QKeySequence::Paste);
@@ -368,6 +371,17 @@ void CueDocument::onRemoveCues()
 void CueDocument::onClearAll()
 {
     controller_->onClearAll();
+}
+
+void CueDocument::copy()
+{
+    if (!table_)
+        return;
+    QModelIndexList rows;
+    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
+        rows << arranged_->mapToSource(index);
+    if (!rows.isEmpty())
+        QGuiApplication::clipboard()->setMimeData(controller_->mimeData(rows));
 }
 
 void CueDocument::paste()

@@ -62,6 +62,8 @@ public:
     void onClearAll();
     // The clipboard's plain text, pasted into the list.
     void paste();
+    // The selected cues to the clipboard: archived, and as sheet lines.
+    void copy();
 
     // The cue sheet files of the File menu.
     bool saveSheet(const QString& path, QString* error = nullptr);

@@ -214,6 +214,16 @@ TEST_F(CueWindowTest, PasteAndFilesDroppedOnTheTable)
     EXPECT_TRUE(drop.isAccepted());
     ASSERT_EQ(doc->collection().size(), 6);
     EXPECT_EQ(doc->collection()[4].cueId, QStringLiteral("Cue 7"));
+
+    // Copied cues travel archived and as sheet lines; pasting them appends them again.
+    doc->tableView()->selectRow(0);
+    doc->window()->findChild<QAction*>(QStringLiteral("menuEditCopy"))->trigger();
+    const QMimeData* copied = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(rz48::unarchiveCueItems(copied->data(QLatin1String(rz48::kCueItemsMimeType))), QList<CueItem> {doc->collection()[0]});
+    doc->paste();
+    ASSERT_EQ(doc->collection().size(), 7);
+    EXPECT_EQ(doc->collection()[6].cueText, doc->collection()[0].cueText);
 }
 
 } // namespace
