@@ -392,55 +392,55 @@ int typedSize(QLineEdit* text, int max)
 
 } // namespace
 
+void AnnunciatorView::sizeTyped(QLineEdit* text, Stepper* stepper, int max, void (DrawAnnunciatorThread::*apply)(int),
+                                void (AnnunciatorView::*sendIt)())
+{
+    const int size = typedSize(text, max);
+    setQuietly(stepper, [&](Stepper* s) { s->setValue(size); });
+    if (thread_)
+        (thread_.get()->*apply)(size);
+    (this->*sendIt)();
+}
+
+void AnnunciatorView::sizeStepped(QLineEdit* text, Stepper* stepper, void (DrawAnnunciatorThread::*apply)(int),
+                                  void (AnnunciatorView::*sendIt)())
+{
+    setQuietly(text, [&](QLineEdit* t) { t->setText(QString::number(stepper->value())); });
+    if (thread_)
+        (thread_.get()->*apply)(stepper->value());
+    (this->*sendIt)();
+}
+
 void AnnunciatorView::onTextAnnunciatorSize()
 {
-    const int size = typedSize(textAnnunciatorSize, 2);
-    setQuietly(stepperAnnunciatorSize, [&](Stepper* s) { s->setValue(size); });
-    if (thread_)
-        thread_->setAnnunciatorSize(size);
-    sendAnnunciator();
+    sizeTyped(textAnnunciatorSize, stepperAnnunciatorSize, 2, &DrawAnnunciatorThread::setAnnunciatorSize,
+              &AnnunciatorView::sendAnnunciator);
 }
 
 void AnnunciatorView::onStepperAnnuniatorSize()
 {
-    setQuietly(textAnnunciatorSize, [&](QLineEdit* t) { t->setText(QString::number(stepperAnnunciatorSize->value())); });
-    if (thread_)
-        thread_->setAnnunciatorSize(stepperAnnunciatorSize->value());
-    sendAnnunciator();
+    sizeStepped(textAnnunciatorSize, stepperAnnunciatorSize, &DrawAnnunciatorThread::setAnnunciatorSize,
+                &AnnunciatorView::sendAnnunciator);
 }
 
 void AnnunciatorView::onTextTcSize()
 {
-    const int size = typedSize(textTcSize, 4);
-    setQuietly(stepperTcSize, [&](Stepper* s) { s->setValue(size); });
-    if (thread_)
-        thread_->setTcSize(size);
-    sendTc();
+    sizeTyped(textTcSize, stepperTcSize, 4, &DrawAnnunciatorThread::setTcSize, &AnnunciatorView::sendTc);
 }
 
 void AnnunciatorView::onStepperTcSize()
 {
-    setQuietly(textTcSize, [&](QLineEdit* t) { t->setText(QString::number(stepperTcSize->value())); });
-    if (thread_)
-        thread_->setTcSize(stepperTcSize->value());
-    sendTc();
+    sizeStepped(textTcSize, stepperTcSize, &DrawAnnunciatorThread::setTcSize, &AnnunciatorView::sendTc);
 }
 
 void AnnunciatorView::onTextTextSize()
 {
-    const int size = typedSize(textTextSize, 3);
-    setQuietly(stepperTextSize, [&](Stepper* s) { s->setValue(size); });
-    if (thread_)
-        thread_->setTextSize(size);
-    sendTextParams();
+    sizeTyped(textTextSize, stepperTextSize, 3, &DrawAnnunciatorThread::setTextSize, &AnnunciatorView::sendTextParams);
 }
 
 void AnnunciatorView::onStepperTextSize()
 {
-    setQuietly(textTextSize, [&](QLineEdit* t) { t->setText(QString::number(stepperTextSize->value())); });
-    if (thread_)
-        thread_->setTextSize(stepperTextSize->value());
-    sendTextParams();
+    sizeStepped(textTextSize, stepperTextSize, &DrawAnnunciatorThread::setTextSize, &AnnunciatorView::sendTextParams);
 }
 
 void AnnunciatorView::onShowSampleText()

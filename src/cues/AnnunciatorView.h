@@ -106,6 +106,12 @@ protected:
 private:
     void buildControls();
     void annunciatorMode(int cell);
+    // A size typed (clamped from above only) or stepped: into the other
+    // control and the worker, then the overlay's command.
+    void sizeTyped(QLineEdit* text, Stepper* stepper, int max, void (DrawAnnunciatorThread::*apply)(int),
+                   void (AnnunciatorView::*sendIt)());
+    void sizeStepped(QLineEdit* text, Stepper* stepper, void (DrawAnnunciatorThread::*apply)(int),
+                     void (AnnunciatorView::*sendIt)());
     void send(const QString& command);
     // Drops an echo of what the page just sent; true when the line is to be read.
     bool passesEchoTest();
