@@ -149,7 +149,7 @@ void MonitorView::streamerTx()
 
 void MonitorView::fromString(const QString& line)
 {
-    rz48::cues::StreamerSettings s = settingsFromControls();
+    rz48::cues::StreamerSettings s; // every field comes from the report
     rz48::cues::readStreamerReport(line, reportScratch_, s);
     setQuietly(sliderStreamerWidth, [&](QSlider* w) { w->setValue(s.width); });
     setQuietly(stepperStreamerDuration, [&](Stepper* w) { w->setValue(s.duration); });

@@ -283,30 +283,7 @@ int32_t ComThread::getBaud() const
 
 int32_t ComThread::bytesAvailable() const
 {
-    int count = 0;
-    // After a hang-up the query fails: count that as nothing waiting.
-    if (fd_ < 0 || ::ioctl(fd_, FIONREAD, &count) != 0 || count < 0)
-        return 0;
-    return count;
-}
-
-void ComThread::writeAll(const QByteArray& bytes)
-{
-    // One write normally takes the whole message; a full output buffer (the
-    // unit holding CTS) gets a bounded number of retries, never a freeze.
-    const char* data = bytes.constData();
-    size_t left = size_t(bytes.size());
-    for (int tries = 0; left > 0 && tries < 50 && !abort_; ++tries) {
-        const ssize_t n = ::write(fd_, data, left);
-        if (n > 0) {
-            data += n;
-            left -= size_t(n);
-        } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
-            return;
-        } else {
-            ::usleep(2000);
-        }
-    }
+    return rz48::serial::bytesWaiting(fd_);
 }
 
 void ComThread::run(QObject* parent)
@@ -326,7 +303,9 @@ void ComThread::run(QObject* parent)
             }
         }
         if (haveNext) {
-            writeAll(next.buffer());
+            // One write normally takes the whole message; a full output
+            // buffer gets a bounded number of retries, never a freeze.
+            rz48::serial::writeAll(fd_, next.buffer().constData(), size_t(next.buffer().size()), 50, 2000, &abort_);
             for (int i = 0; i < kAnswerWaitTicks && !abort_; ++i) {
                 if (bytesAvailable() != 0)
                     break;

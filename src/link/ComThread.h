@@ -70,7 +70,6 @@ private:
     ProbeResult probe(const QString& path, QString& reason);
     void enqueue(MsgClass message);
     void run(QObject* parent);
-    void writeAll(const QByteArray& bytes);
 
     int fd_ = -1;
     termios sp_ {};

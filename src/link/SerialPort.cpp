@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <unistd.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 
@@ -51,6 +52,30 @@ int baudFromSpeed(speed_t speed)
         if (e.speed == speed)
             return e.baud;
     return 0;
+}
+
+int bytesWaiting(int fd)
+{
+    int count = 0;
+    if (fd < 0 || ::ioctl(fd, FIONREAD, &count) != 0 || count < 0)
+        return 0;
+    return count;
+}
+
+bool writeAll(int fd, const char* data, size_t size, int maxTries, unsigned pauseUs, const std::atomic<bool>* abort)
+{
+    for (int tries = 0; size > 0 && (maxTries <= 0 || tries < maxTries) && !(abort && *abort); ++tries) {
+        const ssize_t n = ::write(fd, data, size);
+        if (n > 0) {
+            data += n;
+            size -= size_t(n);
+        } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
+            return false;
+        } else {
+            ::usleep(pauseUs);
+        }
+    }
+    return size == 0;
 }
 
 QString openFailureReason(const QString& path, int error)

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
+#include <cstddef>
 #include <termios.h>
 
 namespace rz48::serial {
@@ -24,6 +26,15 @@ QStringList defaultNamePatterns();
 // macOS: the driver's kernel extension; Linux: ftdi_sio loaded, or shipped
 // with the running kernel as a module or built in.
 bool ftdiDriverPresent();
+
+// Bytes waiting to be read on `fd`; 0 when the query fails (after a
+// hang-up it does), so no read burst can loop forever.
+int bytesWaiting(int fd);
+// Writes all of `size` bytes, retrying a full output buffer (the unit
+// holding CTS) after `pauseUs`, at most `maxTries` times (0: until `abort`
+// is set). False when the bytes did not all go.
+bool writeAll(int fd, const char* data, size_t size, int maxTries, unsigned pauseUs,
+              const std::atomic<bool>* abort = nullptr);
 
 // Who holds a port by the lock-file convention (LCK..<name> in `lockDir`,
 // holding the PID of a running process): "process 1234 (minicom)"; empty

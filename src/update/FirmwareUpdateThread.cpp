@@ -2,10 +2,10 @@
 
 #include "common/Diagnostics.h"
 #include "common/WorkerCallback.h"
+#include "link/SerialPort.h"
 #include "update/Progress.h"
 #include "update/UpdateImages.h"
 
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -40,10 +40,7 @@ void FirmwareUpdateThread::stopThread()
 
 int FirmwareUpdateThread::bytesAvailable() const
 {
-    int count = 0;
-    if (fd_ < 0 || ::ioctl(fd_, FIONREAD, &count) != 0 || count < 0)
-        return 0;
-    return count;
+    return rz48::serial::bytesWaiting(fd_);
 }
 
 void FirmwareUpdateThread::run(QObject* parent)
@@ -102,15 +99,7 @@ void FirmwareUpdateThread::run(QObject* parent)
             return;
         }
         const QByteArray tx = rz48::update::nextFpgaBatch(lines, next) + '\r';
-        for (qsizetype done = 0; done < tx.size() && !abort_;) {
-            const ssize_t n = ::write(fd_, tx.constData() + done, size_t(tx.size() - done));
-            if (n > 0)
-                done += n;
-            else if (n < 0 && errno != EAGAIN && errno != EINTR)
-                break;
-            else
-                ::usleep(1000);
-        }
+        rz48::serial::writeAll(fd_, tx.constData(), size_t(tx.size()), 0, 1000, &abort_);
         QByteArray rx;
         for (int pass = 0; pass < 200; ++pass) {
             ::usleep(1000);

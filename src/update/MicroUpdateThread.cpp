@@ -2,10 +2,10 @@
 
 #include "common/Diagnostics.h"
 #include "common/WorkerCallback.h"
+#include "link/SerialPort.h"
 #include "update/Progress.h"
 #include "update/UpdateImages.h"
 
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -13,18 +13,7 @@ namespace {
 
 bool writeAll(int fd, const char* data, size_t size)
 {
-    for (int tries = 0; size > 0 && tries < 200; ++tries) {
-        const ssize_t n = ::write(fd, data, size);
-        if (n > 0) {
-            data += n;
-            size -= size_t(n);
-        } else if (n < 0 && errno != EAGAIN && errno != EINTR) {
-            return false;
-        } else {
-            ::usleep(1000);
-        }
-    }
-    return size == 0;
+    return rz48::serial::writeAll(fd, data, size, 200, 1000);
 }
 
 } // namespace
@@ -52,10 +41,7 @@ void MicroUpdateThread::stopThread()
 
 int MicroUpdateThread::bytesAvailable() const
 {
-    int count = 0;
-    if (fd_ < 0 || ::ioctl(fd_, FIONREAD, &count) != 0 || count < 0)
-        return 0;
-    return count;
+    return rz48::serial::bytesWaiting(fd_);
 }
 
 bool MicroUpdateThread::waitForInput(int steps, unsigned stepUs) const
