@@ -1,8 +1,8 @@
 // One streamer, punch and overlay preview render at 1920 x 1080, against the
 // 33 ms loop period of the preview workers.
-#include "cues/DrawStreamerThread.h"
-#include "cues/DrawAnnunciatorThread.h"
-#include "cues/DrawThread.h"
+#include "pages/DrawStreamerThread.h"
+#include "pages/DrawAnnunciatorThread.h"
+#include "pages/DrawThread.h"
 
 #include <QGuiApplication>
 
@@ -11,10 +11,9 @@
 static void BM_StreamerFrame(benchmark::State& state)
 {
     DrawStreamerThread worker;
-    {
-        std::lock_guard lock(worker.ioLock());
-        worker.foreColor = QColor(255, 255, 0, 200); // with transparency: blended
-    }
+    StreamerPicture picture;
+    picture.foreColor = QColor(255, 255, 0, 200); // with transparency: blended
+    worker.setPicture(picture);
     for (auto _ : state) {
         QImage image = worker.renderPicture();
         benchmark::DoNotOptimize(image.constBits());
@@ -25,10 +24,9 @@ BENCHMARK(BM_StreamerFrame)->Unit(benchmark::kMillisecond);
 static void BM_PunchFrame(benchmark::State& state)
 {
     DrawThread worker;
-    {
-        std::lock_guard lock(worker.ioLock());
-        worker.radius = 200;
-    }
+    PunchPicture picture;
+    picture.radius = 200;
+    worker.setPicture(picture);
     for (auto _ : state) {
         QImage image = worker.renderPicture();
         benchmark::DoNotOptimize(image.constBits());
@@ -39,12 +37,7 @@ BENCHMARK(BM_PunchFrame)->Unit(benchmark::kMillisecond);
 static void BM_OverlayFrame(benchmark::State& state)
 {
     DrawAnnunciatorThread worker; // three boxes of text and the second line
-    {
-        std::lock_guard lock(worker.ioLock());
-        worker.annunciatorPoint = {800, 200};
-        worker.tcPoint = {760, 1000};
-        worker.textPoint = {300, 500};
-    }
+    worker.setPicture({{800, 200}, {760, 1000}, {300, 500}});
     for (auto _ : state) {
         QImage image = worker.renderPicture();
         benchmark::DoNotOptimize(image.constBits());

@@ -1,6 +1,7 @@
 #include "app/MainWindow.h"
 
-#include "cuelist/CueDocument.h"
+#include "cuewindow/CueDocument.h"
+#include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 
 #include <QAction>
@@ -20,16 +21,22 @@ void MainWindow::addPanelMenus()
 {
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->setObjectName(QStringLiteral("menuFile"));
-    QAction* open = file->addAction(tr("&Open cue sheet..."), view_, &rz48View::menuFileOpen);
+    auto cues = [this](void (CueDocument::*command)()) {
+        return [this, command] {
+            if (CueDocument* document = view_->cueDocument())
+                (document->*command)();
+        };
+    };
+    QAction* open = file->addAction(tr("&Open cue sheet..."), this, cues(&CueDocument::menuFileOpen));
     open->setObjectName(QStringLiteral("menuFileOpen"));
     open->setShortcut(QKeySequence::Open);
-    QAction* save = file->addAction(tr("&Save cue sheet..."), view_, &rz48View::menuFileSave);
+    QAction* save = file->addAction(tr("&Save cue sheet..."), this, cues(&CueDocument::menuFileSave));
     save->setObjectName(QStringLiteral("menuFileSave"));
     save->setShortcut(QKeySequence::Save);
     file->addSeparator();
-    QAction* micro = file->addAction(tr("Update &microcontroller..."), view_, &rz48View::menuFileUpdateMicro);
+    QAction* micro = file->addAction(tr("Update &microcontroller..."), view_->updates(), &UpdateController::menuFileUpdateMicro);
     micro->setObjectName(QStringLiteral("menuFileUpdateMicro"));
-    QAction* fpga = file->addAction(tr("Update &FPGA..."), view_, &rz48View::menuFileUpdateFirmware);
+    QAction* fpga = file->addAction(tr("Update &FPGA..."), view_->updates(), &UpdateController::menuFileUpdateFirmware);
     fpga->setObjectName(QStringLiteral("menuFileUpdateFirmware"));
     file->addSeparator();
     QAction* quit = file->addAction(tr("&Quit"), this, &QWidget::close);
@@ -37,10 +44,7 @@ void MainWindow::addPanelMenus()
     quit->setShortcut(QKeySequence::Quit);
 
     QMenu* windows = menuBar()->addMenu(tr("&Window"));
-    QAction* cues = windows->addAction(tr("&Cue list"), this, [this] {
-        if (CueDocument* document = view_->cueDocument())
-            document->showWindows();
-    });
-    cues->setObjectName(QStringLiteral("menuWindowCueList"));
-    cues->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+    QAction* cueList = windows->addAction(tr("&Cue list"), this, cues(&CueDocument::showWindows));
+    cueList->setObjectName(QStringLiteral("menuWindowCueList"));
+    cueList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
 }

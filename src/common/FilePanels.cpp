@@ -1,6 +1,9 @@
 #include "common/FilePanels.h"
 
+#include "common/Alerts.h"
+
 #include <QFile>
+#include <QFileInfo>
 #include <QObject>
 #include <QSaveFile>
 #include <QStringDecoder>
@@ -23,6 +26,27 @@ QString askSavePath(const QString& title, const QString& suffix)
 QString askOpenPath(const QString& title, const QStringList& suffixes)
 {
     return g_panel ? g_panel->openPath(title, suffixes) : QString();
+}
+
+static QString withExtension(const QString& path, const QString& extension)
+{
+    if (path.isEmpty())
+        return {};
+    if (QFileInfo(path).suffix().toLower() != extension) {
+        showAlert(QStringLiteral("select a file with .%1 extension").arg(extension));
+        return {};
+    }
+    return path;
+}
+
+QString askSavePathWithExtension(const QString& title, const QString& extension)
+{
+    return withExtension(askSavePath(title, extension), extension);
+}
+
+QString askOpenPathWithExtension(const QString& title, const QString& extension, const QStringList& offered)
+{
+    return withExtension(askOpenPath(title, offered), extension);
 }
 
 bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* error)

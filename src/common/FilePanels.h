@@ -19,6 +19,11 @@ public:
 void setFilePanel(FilePanel* panel); // not owned; nullptr: every request is cancelled
 QString askSavePath(const QString& title, const QString& suffix);
 QString askOpenPath(const QString& title, const QStringList& suffixes);
+// The same, for a file that must have `extension` (compared without case): a
+// path with another one is refused with the alert "select a file with
+// .EXT extension" and answered as cancelled.
+QString askSavePathWithExtension(const QString& title, const QString& extension);
+QString askOpenPathWithExtension(const QString& title, const QString& extension, const QStringList& offered);
 
 // Writes a file whole or not at all: a crash mid-way leaves the old file
 // as it was. Returns false (with the reason in `error`) when it fails.

@@ -1,6 +1,6 @@
 #include "widgets/ColorWell.h"
 
-#include "panel/PanelTables.h"
+#include "common/NamedColors.h"
 
 #include <QMenu>
 #include <QPainter>

@@ -1,7 +1,7 @@
 // PDF cue sheets made by qpdf and by reportlab (tests/data/pdf/make_sheets.py),
 // the three parsers, and the paste and drop imports of the cue table.
 #include "common/Diagnostics.h"
-#include "cuelist/CueArrayController.h"
+#include "cuewindow/CueArrayController.h"
 #include "cuelist/PdfImport.h"
 #include "timecode/TCFormatter.h"
 

@@ -196,7 +196,7 @@ TEST_F(PanelTest, CueTransferProgressAndItsHide)
     EXPECT_FALSE(bar->isHidden());
     EXPECT_EQ(view->tabView()->currentIndex(), 2);
     EXPECT_EQ(label->text(), QStringLiteral("0 items in queue"));
-    EXPECT_EQ(view->progressDowncount(), 50u);
+    EXPECT_EQ(view->updates()->progressDowncount(), 50u);
     // Half a second after the last pair the unit reports the result.
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= lines + 3; }, 5000));
     EXPECT_EQ(label->text(), QStringLiteral("success!"));
@@ -207,7 +207,7 @@ TEST_F(PanelTest, CueTransferProgressAndItsHide)
     view->timer_service();
     EXPECT_TRUE(bar->isHidden());
     EXPECT_TRUE(label->isHidden());
-    EXPECT_EQ(view->progressDowncount(), 0u);
+    EXPECT_EQ(view->updates()->progressDowncount(), 0u);
 
     view->processRxString(QStringLiteral("h 0"));
     EXPECT_EQ(label->text(), QStringLiteral("success!"));
@@ -276,26 +276,26 @@ TEST_F(PanelTest, SettingsImageCapture)
     rz48::DiagCapture out;
     view->awakeFromNib(noUnit());
     view->processRxString(QStringLiteral("k fc00 3f RZ-48 micro 3.32.6"));
-    EXPECT_EQ(view->stateAddress(), 0xfc00u);
-    EXPECT_EQ(view->stateSize(), 0x3fu);
-    EXPECT_EQ(view->stateBuffer()[0], 0xFF);
+    EXPECT_EQ(view->updates()->stateAddress(), 0xfc00u);
+    EXPECT_EQ(view->updates()->stateSize(), 0x3fu);
+    EXPECT_EQ(view->updates()->stateBuffer()[0], 0xFF);
     view->processRxString(QStringLiteral("j fc10 0 1 2 3 4 5 6 7 8 9 a b c d e f"));
     for (int i = 0; i < 16; ++i)
-        EXPECT_EQ(view->stateBuffer()[size_t(0x10 + i)], i);
+        EXPECT_EQ(view->updates()->stateBuffer()[size_t(0x10 + i)], i);
     // A record that runs past the image is cut at its end.
     view->processRxString(QStringLiteral("j fcf8 11 12 13 14 15 16 17 18 19 1a 1b 1c 1d 1e 1f 20"));
-    EXPECT_EQ(view->stateBuffer()[0xf8], 0x11);
-    EXPECT_EQ(view->stateBuffer()[0xff], 0x18);
-    EXPECT_EQ(view->stateBuffer()[0x00], 0xFF);
+    EXPECT_EQ(view->updates()->stateBuffer()[0xf8], 0x11);
+    EXPECT_EQ(view->updates()->stateBuffer()[0xff], 0x18);
+    EXPECT_EQ(view->updates()->stateBuffer()[0x00], 0xFF);
     view->processRxString(QStringLiteral("j fd00 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0"));
     view->processRxString(QStringLiteral("j fb00 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0"));
-    EXPECT_EQ(view->stateBuffer()[0x00], 0xFF);
+    EXPECT_EQ(view->updates()->stateBuffer()[0x00], 0xFF);
     EXPECT_NE(out.text().find("j fc10 0 1 2 3 4 5 6 7 8 9 a b c d e f\n"), std::string::npos);
     EXPECT_NE(out.text().find("3.32.6 "), std::string::npos);
     EXPECT_TRUE(alerts.messages.isEmpty());
     // A new "k" report blanks the image again.
     view->processRxString(QStringLiteral("k fc00 3f 4.0.0"));
-    EXPECT_EQ(view->stateBuffer()[0x10], 0xFF);
+    EXPECT_EQ(view->updates()->stateBuffer()[0x10], 0xFF);
 }
 
 TEST_F(PanelTest, VersionAlert)
@@ -309,7 +309,7 @@ TEST_F(PanelTest, VersionAlert)
     view->processRxString(QStringLiteral("k fc00 3f 4.0.0"));
     view->processRxString(QStringLiteral("k fc00 3f no version here"));
     EXPECT_EQ(alerts.messages.size(), 1);
-    view->checkMicroVersion(QStringLiteral("k 2.9.9"), QStringLiteral("3.32.6 beta"));
+    view->updates()->checkMicroVersion(QStringLiteral("k 2.9.9"), QStringLiteral("3.32.6 beta"));
     EXPECT_EQ(alerts.messages.size(), 2);
     EXPECT_EQ(alerts.messages[1], QStringLiteral("update micro to 3.32.6 beta or greater"));
 }

@@ -5,6 +5,7 @@
 #include "common/FilePanels.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
+#include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 #include "support/TestSupport.h"
 

@@ -43,7 +43,7 @@ protected:
         label = view->findChild<QLabel*>(QStringLiteral("labelUpdate"));
         // The file is chosen once the requests have gone out and been answered.
         panels.beforeAnswer = [this] {
-            waitUntil([&] { return view->comThread()->txCount() == 0 && view->stateBuffer()[0x3f] == 0x7f; }, 5000);
+            waitUntil([&] { return view->comThread()->txCount() == 0 && view->updates()->stateBuffer()[0x3f] == 0x7f; }, 5000);
         };
     }
 
@@ -79,7 +79,7 @@ protected:
 
     bool finishedWith(const QString& message, int ms = 30000)
     {
-        return waitUntil([&] { return label->text() == message && !view->microUpdateThread()->isRunning(); }, ms);
+        return waitUntil([&] { return label->text() == message && !view->updates()->microUpdateThread()->isRunning(); }, ms);
     }
 
     // The link runs again at 38400 and a command round-trips.
@@ -102,7 +102,7 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     std::vector<uint8_t> expected;
     panels.nextOpen = s19(expected);
     const size_t before = host.unit().commands().size();
-    view->menuFileUpdateMicro();
+    view->updates()->menuFileUpdateMicro();
     ASSERT_TRUE(finishedWith(QStringLiteral("success!"))) << label->text().toStdString();
     const auto all = host.unit().commands();
     const std::vector<std::string> sent(all.begin() + long(before), all.begin() + long(before) + 7);
@@ -130,7 +130,7 @@ TEST_F(UpdateTest, MicrocontrollerFailuresSayWhatHappened)
         rz48::DiagCapture out;
         host.unit().setUpdateFaults(faults);
         label->clear();
-        view->menuFileUpdateMicro();
+        view->updates()->menuFileUpdateMicro();
         ASSERT_TRUE(finishedWith(QLatin1String(message))) << message << " / " << label->text().toStdString();
         if (faults.dropEchoAt == 5) {
             EXPECT_NE(out.text().find("preload failed at addr 5 of 772, res = 0\n"), std::string::npos);
@@ -144,10 +144,10 @@ TEST_F(UpdateTest, StoppedWhileTheLoaderIsSilent)
     std::vector<uint8_t> expected;
     panels.nextOpen = s19(expected);
     host.unit().setUpdateFaults(Faults {.loaderSilent = true});
-    view->menuFileUpdateMicro();
+    view->updates()->menuFileUpdateMicro();
     QTest::qWait(400); // no answer to "L": the wait goes on
-    EXPECT_TRUE(view->microUpdateThread()->isRunning());
-    view->microUpdateThread()->stopThread();
+    EXPECT_TRUE(view->updates()->microUpdateThread()->isRunning());
+    view->updates()->microUpdateThread()->stopThread();
     ASSERT_TRUE(finishedWith(QStringLiteral("operation aborted, cycle power and try again")));
     expectLinkBack();
 }
@@ -165,7 +165,7 @@ TEST_F(UpdateTest, NoUpdateWithoutARealLoader)
     view->awakeFromNib(options);
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
     const size_t before = host.unit().commands().size();
-    view->menuFileUpdateMicro();
+    view->updates()->menuFileUpdateMicro();
     ASSERT_EQ(alerts.messages.size(), 1);
     EXPECT_TRUE(alerts.messages[0].contains(QStringLiteral("test loader")));
     for (const QByteArray& image : {QByteArray(771, 'x'), QByteArray()}) {
@@ -177,7 +177,7 @@ TEST_F(UpdateTest, NoUpdateWithoutARealLoader)
         view->awakeFromNib(options);
         ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
         const size_t start = host.unit().commands().size();
-        view->menuFileUpdateMicro();
+        view->updates()->menuFileUpdateMicro();
         EXPECT_TRUE(alerts.messages.last().contains(QStringLiteral("loader image")));
         QTest::qWait(50);
         EXPECT_EQ(host.unit().commands().size(), start);
@@ -197,7 +197,7 @@ TEST_F(UpdateTest, FpgaLinesRelayedInBatches)
     }
     panels.nextOpen = writeFile("fpga.mcs", mcs);
     panels.beforeAnswer = [this] { waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000); };
-    view->menuFileUpdateFirmware();
+    view->updates()->menuFileUpdateFirmware();
     ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("success!"); }, 30000)) << label->text().toStdString();
     EXPECT_EQ(QByteArray::fromStdString(host.unit().downloadText()), expected);
     EXPECT_EQ(host.unit().downloadBatches(), 2); // 23 lines, then 7 and the empty one after the last LF
@@ -209,7 +209,7 @@ TEST_F(UpdateTest, FpgaFailures)
 {
     panels.beforeAnswer = [this] { waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000); };
     panels.nextOpen = writeFile("empty.mcs", QByteArray());
-    view->menuFileUpdateFirmware();
+    view->updates()->menuFileUpdateFirmware();
     ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("success!"); }, 30000));
     ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
 
@@ -217,14 +217,14 @@ TEST_F(UpdateTest, FpgaFailures)
     host.unit().setUpdateFaults(Faults {.corruptEchoBatch = 1});
     panels.nextOpen = writeFile("one.mcs", ":020000040000FA\r\n");
     label->clear();
-    view->menuFileUpdateFirmware();
+    view->updates()->menuFileUpdateFirmware();
     ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("echo failed, try again"); }, 30000));
     EXPECT_NE(out.text().find("tx len: 16 rx len: 17\n\ntxd:\n:020000040000FA\r\n\nrxd:\nX"), std::string::npos) << out.text();
     ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
 
     host.unit().setUpdateFaults(Faults {.noReady = true});
     label->clear();
-    view->menuFileUpdateFirmware();
+    view->updates()->menuFileUpdateFirmware();
     ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("flash erase failed, try again"); }, 30000));
     expectLinkBack();
 }

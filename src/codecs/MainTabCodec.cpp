@@ -1,0 +1,91 @@
+#include "codecs/MainTabCodec.h"
+
+#include <cmath>
+#include <climits>
+
+namespace rz48::maintab {
+
+QString rateCommand(const Rate& rate)
+{
+    const unsigned reference = rate.reference == Auto ? 2 : rate.reference == Pulldown ? 1 : 0;
+    const unsigned bits = reference + (rate.endPunch ? 4u : 0u) + (rate.hdmiPriority ? 8u : 0u);
+    return QString::asprintf("A %x", bits);
+}
+
+Rate rateFromReport(uint32_t bits)
+{
+    Rate rate;
+    const uint32_t reference = bits & 3u;
+    rate.reference = reference == 0 ? Flat : reference == 1 ? Pulldown : Auto;
+    rate.endPunch = (bits & 4u) != 0;
+    rate.hdmiPriority = (bits & 8u) != 0;
+    return rate;
+}
+
+QString barsCommand(const BarsGray& value)
+{
+    return QString::asprintf("G %d", (value.bars ? 1 : 0) + (value.gray ? 2 : 0));
+}
+
+BarsGray barsFromReport(uint32_t bits)
+{
+    return {(bits & 1u) != 0, (bits & 2u) != 0};
+}
+
+QString maskingCommand(const Masking& m)
+{
+    return QString::asprintf("H %d %d %d %d %d", m[0], m[1], m[2], m[3], m[4]);
+}
+
+QString popCommand(const PopEnables& pop)
+{
+    return QString::asprintf("X %d", (pop.streamerAccum ? 1 : 0) + (pop.punch ? 2 : 0)
+                                         + (pop.streamer ? 4 : 0) + (pop.ltc ? 8 : 0));
+}
+
+PopEnables popFromReport(int32_t bits)
+{
+    return {(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0, (bits & 8) != 0};
+}
+
+QString generatorCommand(int index)
+{
+    return QString::asprintf("M %d", index);
+}
+
+QString bypassCommand(bool on)
+{
+    return QString::asprintf("Q %d", on ? 1 : 0);
+}
+
+QString trimCommand(int trim)
+{
+    return QString::asprintf("J %d", trim);
+}
+
+QString colorSpaceCommand(int index)
+{
+    return QString::asprintf("Y %d", index);
+}
+
+QString hdmiTimingCommand(bool extended)
+{
+    return extended ? QStringLiteral("N 1") : QStringLiteral("N 0");
+}
+
+double trimDisplayValue(int trim)
+{
+    return trim / 50.0;
+}
+
+int trimFromDisplayValue(double shown)
+{
+    const double scaled = std::trunc(shown * 50.0);
+    if (!(scaled > double(INT_MIN)))
+        return std::isnan(scaled) ? 0 : INT_MIN;
+    if (scaled >= double(INT_MAX))
+        return INT_MAX;
+    return int(scaled);
+}
+
+} // namespace rz48::maintab

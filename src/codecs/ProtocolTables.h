@@ -1,0 +1,36 @@
+#pragma once
+// Fixed lists of the panel: the SDI test generator formats (the index is the
+// value of the "M" command) and the start-up queries in the order they are sent.
+#include <array>
+
+namespace rz48 {
+
+inline constexpr std::array<const char*, 16> kSdiGenerators = {
+    "SMPTE_260M_1035i_30_Hz",
+    "SMPTE_295M_1080i_25_Hz",
+    "SMPTE_274M_1080i_or_1080sF_30_Hz",
+    "SMPTE_274M_1080i_or_1080sF_25_Hz",
+    "SMPTE_274M_1080p_30_Hz",
+    "SMPTE_274M_1080p_25_Hz",
+    "SMPTE_274M_1080p_24_Hz",
+    "SMPTE_296M_720p_60_Hz",
+    "SMPTE_274M_1080sF_24_Hz",
+    "SMPTE_296M_720p_50_Hz",
+    "SMPTE_296M_720p_30_Hz",
+    "SMPTE_296M_720p_25_Hz",
+    "SMPTE_296M_720p_24_Hz",
+    "SMPTE_259M_480i_30_Hz",
+    "SMPTE_259M_480i_25_Hz",
+    "GENERATOR_OFF",
+};
+
+// Every one but "M 15" is a bare query; "M 15" switches the test generator
+// off at every start, on purpose.
+inline constexpr std::array<const char*, 17> kStartupQueries = {
+    "A", "B", "C", "E", "G", "H", "J", "M 15", "Q", "U", "X", "Y", "k", "m", "n", "r", "t",
+};
+
+// The unit's microcontroller firmware must be at least this version.
+inline constexpr const char* kMinMicroVersion = "3.32.6";
+
+} // namespace rz48

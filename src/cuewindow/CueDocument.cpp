@@ -1,0 +1,452 @@
+#include "cuewindow/CueDocument.h"
+
+#include "common/Alerts.h"
+#include "common/Diagnostics.h"
+#include "common/FilePanels.h"
+#include "cuewindow/CueArrayController.h"
+#include "cuewindow/CueTableView.h"
+#include "link/ComThread.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QComboBox>
+#include <QFile>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QItemSelectionModel>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QSignalBlocker>
+#include <QSortFilterProxyModel>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr qint64 kMaxSheetBytes = rz48::cuesheet::kMaxSheetBytes;
+
+// Column sort of the table: the raw texts, ignoring case.
+class ArrangedCues : public QSortFilterProxyModel {
+public:
+    using QSortFilterProxyModel::QSortFilterProxyModel;
+
+protected:
+    bool lessThan(const QModelIndex& left, const QModelIndex& right) const override
+    {
+        auto* cues = static_cast<CueArrayController*>(sourceModel());
+        const CueItem& a = cues->items()[left.row()];
+        const CueItem& b = cues->items()[right.row()];
+        if (left.column() == CueArrayController::ColumnIn)
+            return a.caseInsensitiveCompare(b) < 0;
+        return CueArrayController::columnText(a, left.column())
+                   .compare(CueArrayController::columnText(b, left.column()), Qt::CaseInsensitive)
+            < 0;
+    }
+};
+
+constexpr qint64 kMaxMidiBytes = 16 * 1024 * 1024;
+
+} // namespace
+
+CueDocument::CueDocument(QObject* parent)
+    : QObject(parent)
+    , controller_(new CueArrayController(this))
+    , arranged_(new ArrangedCues(this))
+{
+    arranged_->setSourceModel(controller_);
+    auto touched = [this] { modified_ = true; };
+    connect(controller_, &QAbstractItemModel::dataChanged, this, touched);
+    connect(controller_, &QAbstractItemModel::rowsInserted, this, touched);
+    connect(controller_, &QAbstractItemModel::rowsRemoved, this, touched);
+    connect(controller_, &QAbstractItemModel::modelReset, this, touched);
+}
+
+CueDocument::~CueDocument()
+{
+    close();
+    delete window_;
+}
+
+const QList<CueItem>& CueDocument::collection() const
+{
+    return controller_->items();
+}
+
+void CueDocument::setCollection(const QList<CueItem>& items)
+{
+    if (items == controller_->items())
+        return;
+    controller_->setItems(items);
+}
+
+QList<CueItem> CueDocument::arrangedObjects() const
+{
+    QList<CueItem> arranged;
+    arranged.reserve(arranged_->rowCount());
+    for (int row = 0; row < arranged_->rowCount(); ++row)
+        arranged.append(controller_->items()[arranged_->mapToSource(arranged_->index(row, 0)).row()]);
+    return arranged;
+}
+
+void CueDocument::makeWindowControllers()
+{
+    if (window_)
+        return;
+    window_ = new QMainWindow;
+    window_->setObjectName(QStringLiteral("CueDocument"));
+    window_->setWindowTitle(tr("Cue list"));
+    auto* central = new QWidget(window_);
+    auto* layout = new QVBoxLayout(central);
+
+    table_ = new CueTableView(central);
+    table_->setModel(arranged_);
+    table_->horizontalHeader()->setSortIndicatorShown(true);
+    connect(table_->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int column) {
+        arranged_->sort(column, table_->horizontalHeader()->sortIndicatorOrder());
+    });
+    connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &CueDocument::tableViewSelectionDidChange);
+    table_->onFilesDropped = [this](const QStringList& paths, bool linkOffered) {
+        return controller_->acceptDrop(paths, linkOffered);
+    };
+
+    QMenu* edit = window_->menuBar()->addMenu(tr("&Edit"));
+    edit->setObjectName(QStringLiteral("menuEdit"));
+    QAction* copyAction = edit->addAction(tr("&Copy cues"), this, &CueDocument::copy);
+    copyAction->setObjectName(QStringLiteral("menuEditCopy"));
+    copyAction->setShortcut(QKeySequence::Copy);
+    QAction* pasteAction = edit->addAction(tr("&Paste cues"), this, &CueDocument::paste);
+    pasteAction->setObjectName(QStringLiteral("menuEditPaste"));
+    pasteAction->setShortcut(QKeySequence::Paste);
+    layout->addWidget(table_, 1);
+
+    auto* options = new QGridLayout;
+    auto box = [&](const char* name, const QString& title, int row, int column) {
+        auto* b = new QCheckBox(title, central);
+        b->setObjectName(QLatin1String(name));
+        options->addWidget(b, row, column);
+        connect(b, &QCheckBox::toggled, this, [this] { modified_ = true; });
+        return b;
+    };
+    checkBoxDuplicate = box("checkBoxDuplicate", tr("Remove duplicates"), 0, 0);
+    checkBoxMidnightCalc = box("checkBoxMidnightCalc", tr("Crosses midnight"), 0, 1);
+    checkBoxExportText = box("checkBoxExportText", tr("Cue text"), 0, 2);
+    checkBoxCueIdInText = box("checkBoxCueIdInText", tr("Cue ID in text"), 0, 3);
+    checkBoxPulldown = box("checkBoxPulldown", tr("Pull-down"), 1, 0);
+    textBoxMidiStart = new QLineEdit(central);
+    textBoxMidiStart->setObjectName(QStringLiteral("textBoxMidiStart"));
+    textBoxMidiStart->setPlaceholderText(QStringLiteral("00:00:00:00"));
+    connect(textBoxMidiStart, &QLineEdit::textEdited, this, [this] { modified_ = true; });
+    comboBoxMidiTcType = new QComboBox(central);
+    comboBoxMidiTcType->setObjectName(QStringLiteral("comboBoxMidiTcType"));
+    comboBoxMidiTcType->addItems({tr("24 fps"), tr("25 fps"), tr("30 fps drop-frame"), tr("30 fps")});
+    comboBoxMidiTcType->setCurrentIndex(3);
+    connect(comboBoxMidiTcType, &QComboBox::activated, this, [this] { modified_ = true; });
+    options->addWidget(new QLabel(tr("MIDI start"), central), 1, 1);
+    options->addWidget(textBoxMidiStart, 1, 2);
+    options->addWidget(comboBoxMidiTcType, 1, 3);
+    layout->addLayout(options);
+
+    auto* buttons = new QHBoxLayout;
+    auto button = [&](const char* name, const QString& title, void (CueDocument::*action)()) {
+        auto* b = new QPushButton(title, central);
+        b->setObjectName(QLatin1String(name));
+        connect(b, &QPushButton::clicked, this, action);
+        buttons->addWidget(b);
+    };
+    button("buttonAddCue", tr("Add"), &CueDocument::onAddCue);
+    button("buttonRemoveCues", tr("Remove"), &CueDocument::onRemoveCues);
+    button("buttonSort", tr("Sort"), &CueDocument::OnSort);
+    button("buttonTxInOuts", tr("Send In/Outs"), &CueDocument::onTxInOuts);
+    button("buttonClearText", tr("Clear text"), &CueDocument::onClearText);
+    button("buttonExportMidi", tr("Export MIDI..."), &CueDocument::onExportMidi);
+    button("buttonImportMidi", tr("Import MIDI..."), &CueDocument::onImportMidi);
+    button("buttonClearAll", tr("Clear all"), &CueDocument::onClearAll);
+    button("buttonTest", tr("Packing test"), &CueDocument::onButtonTest);
+    buttons->addStretch(1);
+    layout->addLayout(buttons);
+
+    window_->setCentralWidget(central);
+    window_->resize(820, 520);
+    applyOptions(rz48::cuesheet::Options {});
+    modified_ = false;
+}
+
+void CueDocument::showWindows()
+{
+    if (window_) {
+        window_->show();
+        window_->raise();
+    }
+}
+
+void CueDocument::close()
+{
+    if (window_)
+        window_->close();
+}
+
+void CueDocument::releaseItems()
+{
+    controller_->setItems({});
+    modified_ = false;
+}
+
+rz48::cuesheet::Options CueDocument::options() const
+{
+    rz48::cuesheet::Options o;
+    if (!window_)
+        return o;
+    o.duplicate = checkBoxDuplicate->isChecked();
+    o.midnight = checkBoxMidnightCalc->isChecked();
+    o.text = checkBoxExportText->isChecked();
+    o.cueId = checkBoxCueIdInText->isChecked();
+    o.pulldown = checkBoxPulldown->isChecked();
+    o.start = textBoxMidiStart->text();
+    o.tctype = comboBoxMidiTcType->currentIndex();
+    return o;
+}
+
+void CueDocument::applyOptions(const rz48::cuesheet::Options& o)
+{
+    if (!window_)
+        return;
+    const QSignalBlocker b1(checkBoxDuplicate), b2(checkBoxMidnightCalc), b3(checkBoxExportText),
+        b4(checkBoxCueIdInText), b5(checkBoxPulldown);
+    checkBoxDuplicate->setChecked(o.duplicate);
+    checkBoxMidnightCalc->setChecked(o.midnight);
+    checkBoxExportText->setChecked(o.text);
+    checkBoxCueIdInText->setChecked(o.cueId);
+    checkBoxPulldown->setChecked(o.pulldown);
+    textBoxMidiStart->setText(o.start);
+    comboBoxMidiTcType->setCurrentIndex(o.tctype >= 0 && o.tctype < comboBoxMidiTcType->count() ? o.tctype : -1);
+}
+
+QString CueDocument::stringFromCueTable() const
+{
+    return controller_->stringFromCueTable(this, arrangedObjects());
+}
+
+void CueDocument::cueTableFromString(const QString& text)
+{
+    controller_->cueTableFromString(text, this);
+}
+
+QString CueDocument::cueSheetInitValues() const
+{
+    return rz48::cuesheet::cueSheetInitValues(options());
+}
+
+void CueDocument::initValueFromString(const QString& line)
+{
+    rz48::cuesheet::Options o = options();
+    rz48::cuesheet::initValueFromString(line, o);
+    applyOptions(o);
+}
+
+QString CueDocument::cueItemText(const CueItem& item) const
+{
+    const rz48::cuesheet::Options o = options();
+    return rz48::cuesheet::cueItemText(item, o.cueId, o.text);
+}
+
+void CueDocument::send(const QString& command)
+{
+    if (comThread_)
+        comThread_->sendString(command);
+}
+
+void CueDocument::sendCueItemText(const CueItem& item)
+{
+    send(QStringLiteral("s ") + cueItemText(item));
+}
+
+void CueDocument::tableViewSelectionDidChange()
+{
+    if (!table_)
+        return;
+    int first = -1;
+    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
+        if (first < 0 || index.row() < first)
+            first = index.row();
+    // The row's index in the table picks the cue of the document's own order.
+    if (first >= 0 && first < collection().size())
+        sendCueItemText(collection()[first]);
+}
+
+void CueDocument::onTxInOuts()
+{
+    for (const QString& command : rz48::cuesheet::txInOutsCommands(collection(), tcc_))
+        send(command);
+}
+
+void CueDocument::onClearText()
+{
+    send(QStringLiteral("V"));
+}
+
+void CueDocument::OnSort()
+{
+    const rz48::cuesheet::Options o = options();
+    QList<CueItem> items = collection();
+    rz48::cuesheet::sortCues(items, o.duplicate, o.midnight, tcc_);
+    arranged_->sort(-1); // show the document's order again
+    if (table_)
+        table_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+    setCollection(items);
+}
+
+void CueDocument::onExportMidi()
+{
+    if (collection().isEmpty())
+        return;
+    OnSort();
+    const rz48::cuesheet::Options o = options();
+    const QByteArray file = midiTrack_.onExportMidi(collection(), o.start, o.tctype, offset_, o.text, o.pulldown, o.cueId);
+    QString path = rz48::askSavePath(tr("Export MIDI cue track"), QStringLiteral("mid"));
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().toLower() != QLatin1String("mid"))
+        path += QStringLiteral(".mid");
+    QString error;
+    if (!rz48::writeFileAtomically(path, file, &error))
+        rz48::showAlert(tr("cannot write %1").arg(path), error);
+}
+
+void CueDocument::onImportMidi()
+{
+    const QString path = rz48::askOpenPath(tr("Import MIDI file"), {QStringLiteral("mid")});
+    if (path.isEmpty())
+        return;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        rz48::showAlert(tr("cannot open %1").arg(path), file.errorString());
+        return;
+    }
+    if (file.size() > kMaxMidiBytes) {
+        rz48::showAlert(tr("%1 is too large for a MIDI cue track").arg(path),
+                        tr("%1 bytes; at most %2 are read.").arg(file.size()).arg(kMaxMidiBytes));
+        return;
+    }
+    midiTrack_.importListing(file.readAll());
+}
+
+void CueDocument::onButtonTest()
+{
+    QByteArray bytes(256, 0);
+    for (int i = 0; i < 256; ++i)
+        bytes[i] = char(i);
+    const QByteArray encoded = MidiTrack::encode78(bytes);
+    const QByteArray decoded = MidiTrack::decode78(encoded);
+    rz48::diag("bytes: %d encoded bytes: %d decoded bytes: %d equal: %d\n", int(bytes.size()), int(encoded.size()),
+               int(decoded.size()), decoded == bytes ? 1 : 0);
+}
+
+void CueDocument::onAddCue()
+{
+    controller_->appendItems({CueItem {}});
+    if (table_)
+        table_->scrollToBottom();
+}
+
+void CueDocument::onRemoveCues()
+{
+    if (!table_)
+        return;
+    QList<int> rows;
+    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
+        rows << arranged_->mapToSource(index).row();
+    std::sort(rows.begin(), rows.end(), std::greater<int>());
+    for (int row : rows)
+        controller_->removeRows(row, 1);
+}
+
+void CueDocument::onClearAll()
+{
+    controller_->onClearAll();
+}
+
+void CueDocument::copy()
+{
+    if (!table_)
+        return;
+    QModelIndexList rows;
+    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
+        rows << arranged_->mapToSource(index);
+    if (!rows.isEmpty())
+        QGuiApplication::clipboard()->setMimeData(controller_->mimeData(rows));
+}
+
+void CueDocument::paste()
+{
+    controller_->paste(QGuiApplication::clipboard()->text());
+}
+
+bool CueDocument::saveSheet(const QString& path, QString* error)
+{
+    if (!rz48::writeFileAtomically(path, stringFromCueTable().toUtf8(), error))
+        return false;
+    modified_ = false;
+    return true;
+}
+
+bool CueDocument::openSheet(const QString& path, QString* error)
+{
+    QString text;
+    if (!rz48::readUtf8File(path, kMaxSheetBytes, text, error))
+        return false;
+    const bool wasEmpty = collection().isEmpty();
+    cueTableFromString(text);
+    if (wasEmpty)
+        modified_ = false;
+    return true;
+}
+
+// ---------------------------------------------------------------- the File menu
+
+void CueDocument::menuFileSave()
+{
+    const QString path = rz48::askSavePathWithExtension(tr("Save cue sheet"), QStringLiteral("txt"));
+    if (path.isEmpty())
+        return;
+    QString error;
+    const bool written = saveSheet(path, &error);
+    rz48::diag("status: %d\n", written ? 1 : 0);
+    if (!written)
+        rz48::showAlert(tr("cannot save %1").arg(path), error);
+}
+
+void CueDocument::menuFileOpen()
+{
+    const QString path = rz48::askOpenPathWithExtension(tr("Open cue sheet"), QStringLiteral("txt"),
+                                                        {QStringLiteral("TXT"), QStringLiteral("txt")});
+    if (path.isEmpty())
+        return;
+    QString error;
+    if (!openSheet(path, &error))
+        rz48::showAlert(tr("cannot open %1").arg(path), error);
+    showWindows();
+}
+
+bool CueDocument::mayClose()
+{
+    if (!isModified())
+        return true;
+    switch (rz48::askSaveChanges(tr("The cue list has changes that are not saved. Save them before quitting?"))) {
+    case rz48::SaveChoice::Discard:
+        return true;
+    case rz48::SaveChoice::Cancel:
+        return false;
+    case rz48::SaveChoice::Save:
+        menuFileSave();
+        return !isModified(); // still unsaved: stay open
+    }
+    return false;
+}

@@ -1,0 +1,109 @@
+#pragma once
+// The cue list document and its window beside the panel: the list with its
+// sheet options, the cue transfer to the unit, sorting, the cue sheet file
+// and the MIDI cue track.
+#include "cuelist/CueItem.h"
+#include "cuelist/CueSheet.h"
+#include "cuelist/MidiTrack.h"
+#include "timecode/TcCalculator.h"
+
+#include <QMainWindow>
+#include <QObject>
+#include <QPointer>
+
+class ComThread;
+class CueArrayController;
+class CueTableView;
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QSortFilterProxyModel;
+
+class CueDocument : public QObject {
+    Q_OBJECT
+public:
+    explicit CueDocument(QObject* parent = nullptr);
+    ~CueDocument() override;
+
+    // The window with the table, the options and the buttons.
+    void makeWindowControllers();
+    void showWindows();
+    QMainWindow* window() const { return window_; }
+    void close();
+    void releaseItems();
+
+    // The list in the document's own order (sorted order after OnSort).
+    const QList<CueItem>& collection() const;
+    void setCollection(const QList<CueItem>& items);
+    // The list as the table shows it (after a column sort).
+    QList<CueItem> arrangedObjects() const;
+    CueArrayController* cueArrayController() const { return controller_; }
+    CueTableView* tableView() const { return table_; }
+
+    rz48::cuesheet::Options options() const;
+    void applyOptions(const rz48::cuesheet::Options& options);
+
+    QString stringFromCueTable() const;
+    void cueTableFromString(const QString& text);
+    QString cueSheetInitValues() const;
+    void initValueFromString(const QString& line);
+
+    QString cueItemText(const CueItem& item) const;
+    void sendCueItemText(const CueItem& item);
+    void tableViewSelectionDidChange();
+    void onTxInOuts();
+    void onClearText();
+    void OnSort();
+    void onExportMidi();
+    void onImportMidi();
+    void onButtonTest();
+    void onAddCue();
+    void onRemoveCues();
+    void onClearAll();
+    // The clipboard's plain text, pasted into the list.
+    void paste();
+    // The selected cues to the clipboard: archived, and as sheet lines.
+    void copy();
+
+    // The cue sheet files of the File menu.
+    bool saveSheet(const QString& path, QString* error = nullptr);
+    bool openSheet(const QString& path, QString* error = nullptr);
+    void menuFileSave();
+    void menuFileOpen();
+    // Whether the panel may close: unsaved edits are offered for saving.
+    bool mayClose();
+
+    ComThread* comThread() const { return comThread_; }
+    void setComThread(ComThread* link) { comThread_ = link; }
+    double offset() const { return offset_; }
+    void setOffset(double offset) { offset_ = offset; }
+    MidiTrack& midiTrack() { return midiTrack_; }
+    TcCalculator& tcc() { return tcc_; }
+    QString name;
+    QString collectionDescription;
+
+    // Unsaved edits: the operator is asked before they are lost.
+    bool isModified() const { return modified_; }
+    void setModified(bool modified) { modified_ = modified; }
+
+private:
+    void send(const QString& command);
+
+    CueArrayController* controller_;
+    QSortFilterProxyModel* arranged_;
+    MidiTrack midiTrack_;
+    TcCalculator tcc_;
+    ComThread* comThread_ = nullptr;
+    double offset_ = 0;
+    bool modified_ = false;
+
+    QPointer<QMainWindow> window_;
+    CueTableView* table_ = nullptr;
+    QCheckBox* checkBoxDuplicate = nullptr;
+    QCheckBox* checkBoxMidnightCalc = nullptr;
+    QCheckBox* checkBoxExportText = nullptr;
+    QCheckBox* checkBoxCueIdInText = nullptr;
+    QCheckBox* checkBoxPulldown = nullptr;
+    QLineEdit* textBoxMidiStart = nullptr;
+    QComboBox* comboBoxMidiTcType = nullptr;
+};

@@ -1,0 +1,418 @@
+#include "pages/AnnunciatorView.h"
+
+#include "codecs/OverlayCodec.h"
+#include "common/Picture.h"
+#include "widgets/FieldStepper.h"
+#include "widgets/RadioMatrix.h"
+#include "widgets/WidgetFactory.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPushButton>
+
+using namespace rz48::widgets;
+namespace overlay = rz48::overlay;
+
+bool AnnunciatorView::skipEcho = false;
+int AnnunciatorView::dragItem = 0;
+
+namespace {
+
+enum DragItem { None = 0, Annunciator = 1, Timecode = 2, Text = 3 };
+enum Request { MoveAnnunciator = 1, RedrawOnly = 2, MoveTimecode = 3, MoveText = 4 };
+
+// Selects the item of a report's index; an index the list does not have selects nothing.
+void selectQuietly(QComboBox* combo, int64_t index)
+{
+    setQuietly(combo, [&](QComboBox* c) { c->setCurrentIndex(index >= 0 && index < c->count() ? int(index) : -1); });
+}
+
+int selected(const QComboBox* combo)
+{
+    return std::max(combo->currentIndex(), 0);
+}
+
+} // namespace
+
+AnnunciatorView::AnnunciatorView(QWidget* parent)
+    : CuePage(QStringLiteral("annunciatorView"), QStringLiteral("overlayControls"),
+              "PunchView thread is nil!\n", // the punch page's words, kept
+              parent)
+{
+    buildControls();
+}
+
+FieldStepper* AnnunciatorView::sizeField(const char* textName, const char* stepperName, int max,
+                                         void (DrawAnnunciatorThread::*apply)(int), void (AnnunciatorView::*sendIt)())
+{
+    FieldStepper::Rule rule;
+    rule.rewriteAboveMaximum = true;
+    auto* field = new FieldStepper(QLatin1String(textName), QLatin1String(stepperName), 0, max, rule, {}, controls_);
+    connect(field, &FieldStepper::edited, this, [this, field, apply, sendIt] {
+        if (thread())
+            (thread()->*apply)(field->entered());
+        (this->*sendIt)();
+    });
+    return field;
+}
+
+void AnnunciatorView::buildControls()
+{
+    auto* layout = new QVBoxLayout(controls_);
+
+    auto* annunciator = new QGroupBox(tr("Annunciator"), controls_);
+    auto* aForm = new QGridLayout(annunciator);
+    matrixAnnunciator = new RadioMatrix(QStringLiteral("matrixAnnunciator"),
+                                        {tr("Off"), tr("Rehearse"), tr("Record"), tr("Playback")}, Qt::Horizontal);
+    aForm->addWidget(matrixAnnunciator, 0, 0, 1, 3);
+    comboBoxAnnunciatorForeground = colorCombo("comboBoxAnnunciatorForeground", controls_);
+    comboBoxAnnunciatorBackground = colorCombo("comboBoxAnnunciatorBackground", controls_);
+    comboBoxAnnunciatorForegroundRecord = colorCombo("comboBoxAnnunciatorForegroundRecord", controls_);
+    comboBoxAnnunciatorBackgroundRecord = colorCombo("comboBoxAnnunciatorBackgroundRecord", controls_);
+    comboBoxAnnunciatorForegroundPlayback = colorCombo("comboBoxAnnunciatorForegroundPlayback", controls_);
+    comboBoxAnnunciatorBackgroundPlayback = colorCombo("comboBoxAnnunciatorBackgroundPlayback", controls_);
+    const QStringList modes {tr("Rehearse"), tr("Record"), tr("Playback")};
+    QComboBox* pairs[3][2] = {{comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground},
+                              {comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord},
+                              {comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback}};
+    for (int i = 0; i < 3; ++i) {
+        aForm->addWidget(new QLabel(modes[i], controls_), i + 1, 0);
+        aForm->addWidget(pairs[i][0], i + 1, 1);
+        aForm->addWidget(pairs[i][1], i + 1, 2);
+        for (QComboBox* combo : pairs[i])
+            connect(combo, &QComboBox::activated, this, &AnnunciatorView::sendAnnunciatorColors);
+    }
+    aForm->addWidget(new QLabel(tr("Size"), controls_), 4, 0);
+    annunciatorSize_ = sizeField("textAnnunciatorSize", "stepperAnnunciatorSize", 2, &DrawAnnunciatorThread::setAnnunciatorSize,
+                                 &AnnunciatorView::sendAnnunciator);
+    aForm->addWidget(annunciatorSize_, 4, 1, 1, 2);
+    layout->addWidget(annunciator);
+
+    auto* timecode = new QGroupBox(tr("Timecode window"), controls_);
+    auto* tForm = new QGridLayout(timecode);
+    checkBoxTcVisible = checkBox(QStringLiteral("checkBoxTcVisible"), tr("Visible"), controls_);
+    comboBoxTcForeground = colorCombo("comboBoxTcForeground", controls_);
+    comboBoxTcBackground = colorCombo("comboBoxTcBackground", controls_);
+    tForm->addWidget(checkBoxTcVisible, 0, 0);
+    tForm->addWidget(comboBoxTcForeground, 0, 1);
+    tForm->addWidget(comboBoxTcBackground, 0, 2);
+    tForm->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
+    tcSize_ = sizeField("textTcSize", "stepperTcSize", 4, &DrawAnnunciatorThread::setTcSize, &AnnunciatorView::sendTc);
+    tForm->addWidget(tcSize_, 1, 1, 1, 2);
+    layout->addWidget(timecode);
+
+    auto* text = new QGroupBox(tr("Text lines"), controls_);
+    auto* xForm = new QGridLayout(text);
+    comboBoxTextForeground = colorCombo("comboBoxTextForeground", controls_);
+    comboBoxTextBackground = colorCombo("comboBoxTextBackground", controls_);
+    showSampleText = button(QStringLiteral("showSampleText"), tr("Show sample"), controls_);
+    clearSampleText = button(QStringLiteral("clearSampleText"), tr("Clear"), controls_);
+    xForm->addWidget(new QLabel(tr("Colours"), controls_), 0, 0);
+    xForm->addWidget(comboBoxTextForeground, 0, 1);
+    xForm->addWidget(comboBoxTextBackground, 0, 2);
+    xForm->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
+    textSize_ = sizeField("textTextSize", "stepperTextSize", 3, &DrawAnnunciatorThread::setTextSize, &AnnunciatorView::sendTextParams);
+    xForm->addWidget(textSize_, 1, 1, 1, 2);
+    xForm->addWidget(showSampleText, 2, 1);
+    xForm->addWidget(clearSampleText, 2, 2);
+    layout->addWidget(text);
+
+    auto* protocol = new QGroupBox(tr("Control protocol"), controls_);
+    auto* pLayout = new QHBoxLayout(protocol);
+    matrixCom = new RadioMatrix(QStringLiteral("matrixCom"), {tr("MIDI"), tr("Sony")}, Qt::Horizontal);
+    pLayout->addWidget(matrixCom);
+    layout->addWidget(protocol);
+    layout->addStretch(1);
+
+    connect(matrixAnnunciator, &RadioMatrix::cellClicked, this, &AnnunciatorView::annunciatorMode);
+    connect(matrixCom, &RadioMatrix::cellClicked, this, [this](int cell) {
+        if (cell == 0) onradioButtonMidi();
+        else onradioButtonSony();
+    });
+    connect(comboBoxTcForeground, &QComboBox::activated, this, &AnnunciatorView::sendTc);
+    connect(comboBoxTcBackground, &QComboBox::activated, this, &AnnunciatorView::sendTc);
+    connect(checkBoxTcVisible, &QCheckBox::toggled, this, &AnnunciatorView::sendTc);
+    connect(comboBoxTextForeground, &QComboBox::activated, this, &AnnunciatorView::sendTextParams);
+    connect(comboBoxTextBackground, &QComboBox::activated, this, &AnnunciatorView::sendTextParams);
+    connect(showSampleText, &QPushButton::clicked, this, &AnnunciatorView::onShowSampleText);
+    connect(clearSampleText, &QPushButton::clicked, this, &AnnunciatorView::onClearSampleText);
+}
+
+void AnnunciatorView::awakeFromNib()
+{
+    skipEcho = false;
+    dragItem = None;
+    backColor = Qt::black;
+    foreColor = Qt::white;
+    frameColor = QColor::fromRgbF(0.5f, 0.5f, 0.5f);
+    startWorker(std::make_unique<DrawAnnunciatorThread>());
+}
+
+void AnnunciatorView::updatePicture()
+{
+    thread()->setPicture({annunciatorPoint, tcPoint, textPoint, backColor, foreColor, frameColor});
+}
+
+QRectF AnnunciatorView::annunciatorRect() const { return thread() ? thread()->annunciatorRect() : QRectF(); }
+QRectF AnnunciatorView::tcRect() const { return thread() ? thread()->tcRect() : QRectF(); }
+QRectF AnnunciatorView::textRect() const { return thread() ? thread()->textRect() : QRectF(); }
+QSizeF AnnunciatorView::annunciatorRectSize() const { return thread() ? thread()->annunciatorRectSize() : QSizeF(); }
+QSizeF AnnunciatorView::tcRectSize() const { return thread() ? thread()->tcRectSize() : QSizeF(); }
+
+// ---------------------------------------------------------------- sending
+
+void AnnunciatorView::sendAnnunciator()
+{
+    const int mode = std::max(matrixAnnunciator->selectedCell(), 0);
+    const QRectF r = annunciatorRect();
+    send(overlay::annunciatorCommand(mode, selected(comboBoxAnnunciatorForeground), selected(comboBoxAnnunciatorBackground),
+                                     overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
+                                     annunciatorSize_->value()));
+    skipEcho = true;
+}
+
+void AnnunciatorView::sendTc()
+{
+    const QRectF r = tcRect();
+    send(overlay::timecodeCommand(tcSize_->value(), checkBoxTcVisible->isChecked(), overlay::positionX(r.x()),
+                                  overlay::positionY(r.y(), r.height()),
+                                  overlay::colorPair(selected(comboBoxTcForeground), selected(comboBoxTcBackground))));
+    skipEcho = true;
+}
+
+void AnnunciatorView::sendTextParams()
+{
+    const QRectF r = textRect();
+    send(overlay::textParamsCommand(textSize_->value(), overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
+                                    overlay::colorPair(selected(comboBoxTextForeground), selected(comboBoxTextBackground))));
+    skipEcho = true;
+}
+
+void AnnunciatorView::sendAnnunciatorColors()
+{
+    send(overlay::annunciatorColorsCommand(
+        overlay::colorPair(selected(comboBoxAnnunciatorForeground), selected(comboBoxAnnunciatorBackground)),
+        overlay::colorPair(selected(comboBoxAnnunciatorForegroundRecord), selected(comboBoxAnnunciatorBackgroundRecord)),
+        overlay::colorPair(selected(comboBoxAnnunciatorForegroundPlayback), selected(comboBoxAnnunciatorBackgroundPlayback))));
+}
+
+void AnnunciatorView::sendCom()
+{
+    send(overlay::comCommand(matrixCom->isCellOn(1)));
+}
+
+// ---------------------------------------------------------------- reports
+
+bool AnnunciatorView::passesEchoTest()
+{
+    if (!skipEcho)
+        return true;
+    skipEcho = false;
+    return false;
+}
+
+void AnnunciatorView::fromString(const QString& line)
+{
+    if (!passesEchoTest())
+        return;
+    matrixAnnunciator->setAllOff();
+    const std::vector<int64_t> f = overlay::reportNumbers(line, 6, false);
+    const size_t n = f.size();
+    if (n >= 6) {
+        annunciatorSize_->setQuietly(f[5]);
+        if (thread())
+            thread()->setAnnunciatorSize(int(f[5]));
+    }
+    if (n >= 5)
+        annunciatorPoint.setY(rz48::kPictureHeight - double(f[4]) * 4 - annunciatorRectSize().height());
+    if (n >= 4)
+        annunciatorPoint.setX(double(f[3]) * 8);
+    if (n >= 3)
+        selectQuietly(comboBoxAnnunciatorBackground, f[2]);
+    if (n >= 2)
+        selectQuietly(comboBoxAnnunciatorForeground, f[1]);
+    if (n >= 1 && f[0] >= 0 && f[0] < matrixAnnunciator->cellCount())
+        matrixAnnunciator->setCellOn(int(f[0]), true);
+    setDraw(RedrawOnly);
+}
+
+void AnnunciatorView::tcFromString(const QString& line)
+{
+    if (!passesEchoTest())
+        return;
+    const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
+    const size_t n = f.size();
+    if (n >= 4) {
+        selectQuietly(comboBoxTcForeground, overlay::pairText(uint32_t(f[3])));
+        selectQuietly(comboBoxTcBackground, overlay::pairBox(uint32_t(f[3])));
+    }
+    if (n >= 3)
+        tcPoint.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
+    if (n >= 2)
+        tcPoint.setX(double(f[1]) * 8);
+    if (n >= 1) {
+        const int size = int(f[0] & 7);
+        tcSize_->setQuietly(size);
+        if (thread())
+            thread()->setTcSize(size);
+        setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked((f[0] & 0x80) != 0); });
+    }
+    setDraw(RedrawOnly);
+}
+
+void AnnunciatorView::textParamsFromString(const QString& line)
+{
+    if (!passesEchoTest())
+        return;
+    const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
+    const size_t n = f.size();
+    if (n >= 4) {
+        selectQuietly(comboBoxTextForeground, overlay::pairText(uint32_t(f[3])));
+        selectQuietly(comboBoxTextBackground, overlay::pairBox(uint32_t(f[3])));
+    }
+    if (n >= 3) // deliberately the timecode box's height, not the text box's
+        textPoint.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
+    if (n >= 2)
+        textPoint.setX(double(f[1]) * 8);
+    if (n >= 1) {
+        const int size = int(f[0] & 3);
+        textSize_->setQuietly(size);
+        if (thread())
+            thread()->setTextSize(size);
+    }
+    setDraw(RedrawOnly);
+}
+
+void AnnunciatorView::annunciatorColorsFromString(const QString& line)
+{
+    const std::vector<int64_t> f = overlay::reportNumbers(line, 3, true);
+    QComboBox* pairs[3][2] = {{comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground},
+                              {comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord},
+                              {comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback}};
+    for (size_t i = f.size(); i-- > 0;) {
+        selectQuietly(pairs[i][1], overlay::pairBox(uint32_t(f[i])));
+        selectQuietly(pairs[i][0], overlay::pairText(uint32_t(f[i])));
+    }
+}
+
+void AnnunciatorView::comFromString(const QString& line)
+{
+    matrixCom->setAllOff();
+    const std::vector<int64_t> f = overlay::reportNumbers(line, 1, false);
+    if (!f.empty() && f[0] >= 0 && f[0] < matrixCom->cellCount())
+        matrixCom->setCellOn(int(f[0]), true);
+}
+
+// ---------------------------------------------------------------- handlers
+
+void AnnunciatorView::annunciatorMode(int cell)
+{
+    for (int i = 0; i < matrixAnnunciator->cellCount(); ++i)
+        matrixAnnunciator->setCellOn(i, i == cell);
+    sendAnnunciator();
+}
+
+void AnnunciatorView::onShowSampleText()
+{
+    send(overlay::sampleTextCommand());
+}
+
+void AnnunciatorView::onClearSampleText()
+{
+    send(QString::fromLatin1(overlay::kClearTextCommand));
+}
+
+void AnnunciatorView::onradioButtonMidi()
+{
+    matrixCom->setCellOn(0, true);
+    matrixCom->setCellOn(1, false);
+    sendCom();
+}
+
+void AnnunciatorView::onradioButtonSony()
+{
+    matrixCom->setCellOn(0, false);
+    matrixCom->setCellOn(1, true);
+    sendCom();
+}
+
+// ---------------------------------------------------------------- layout editing
+
+bool AnnunciatorView::closeToRect(const QPointF& p, const QRectF& r)
+{
+    const double left = r.x() - 20, bottom = r.y() - 20;
+    const double right = left + r.width() + 40, top = bottom + r.height() + 40;
+    return left <= p.x() && p.x() < right && bottom <= p.y() && p.y() < top;
+}
+
+QPointF AnnunciatorView::toPicture(const QPointF& p, const QSizeF& area)
+{
+    return {p.x() * rz48::kPictureWidth / area.width(), p.y() * rz48::kPictureHeight / area.height()};
+}
+
+QPointF AnnunciatorView::centredUnder(const QPointF& mouse, const QSizeF& box)
+{
+    return {mouse.x() - box.width() * 0.5, mouse.y() + box.height() * 0.5};
+}
+
+void AnnunciatorView::placeBox(int item, const QPointF& mouse)
+{
+    switch (item) {
+    case Annunciator:
+        annunciatorPoint = centredUnder(mouse, annunciatorRect().size());
+        setDraw(MoveAnnunciator);
+        break;
+    case Timecode:
+        tcPoint = centredUnder(mouse, tcRect().size());
+        setDraw(MoveTimecode);
+        break;
+    case Text:
+        textPoint = centredUnder(mouse, textRect().size());
+        setDraw(MoveText);
+        break;
+    default:
+        break;
+    }
+}
+
+void AnnunciatorView::mousePressEvent(QMouseEvent* event)
+{
+    const QPointF p = event->position();
+    if (!rect().contains(p.toPoint()) || width() <= 0 || height() <= 0) {
+        PreviewView::mousePressEvent(event);
+        return;
+    }
+    // Qt's y grows downward; the page's points up.
+    const QPointF mouse = toPicture({p.x(), height() - p.y()}, size());
+    if (closeToRect(mouse, annunciatorRect()))
+        dragItem = Annunciator;
+    else if (closeToRect(mouse, textRect()))
+        dragItem = Text;
+    else if (closeToRect(mouse, tcRect()))
+        dragItem = Timecode;
+    else
+        dragItem = None;
+    placeBox(dragItem, mouse);
+}
+
+void AnnunciatorView::mouseMoveEvent(QMouseEvent* event)
+{
+    const QPointF p = event->position();
+    if (!rect().contains(p.toPoint()) || width() <= 0 || height() <= 0) {
+        PreviewView::mouseMoveEvent(event);
+        return;
+    }
+    placeBox(dragItem, toPicture({p.x(), height() - p.y()}, size()));
+}
+
+void AnnunciatorView::mouseReleaseEvent(QMouseEvent* event)
+{
+    dragItem = None;
+    PreviewView::mouseReleaseEvent(event);
+}

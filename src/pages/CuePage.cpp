@@ -1,0 +1,55 @@
+#include "pages/CuePage.h"
+
+#include "common/Diagnostics.h"
+#include "link/ComThread.h"
+#include "widgets/WindowClose.h"
+
+CuePage::CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, QWidget* parent)
+    : PreviewView(parent)
+    , controls_(new QWidget)
+    , nilMessage_(nilMessage)
+{
+    setObjectName(objectName);
+    controls_->setObjectName(controlsName);
+}
+
+CuePage::~CuePage()
+{
+    if (worker_)
+        worker_->stopThread();
+}
+
+void CuePage::startWorker(std::unique_ptr<PreviewWorker> worker)
+{
+    onWindowClose(this, [this] { windowClosing(); });
+    worker_ = std::move(worker);
+    worker_->startThread(this);
+}
+
+void CuePage::windowClosing()
+{
+    if (worker_)
+        worker_->stopThread();
+}
+
+void CuePage::setDraw(int request)
+{
+    if (!worker_) {
+        rz48::diag("%s", nilMessage_);
+        return;
+    }
+    updatePicture();
+    worker_->setDraw(request);
+}
+
+void CuePage::send(const QString& command)
+{
+    if (comThread_)
+        comThread_->sendString(command);
+}
+
+void CuePage::trigger(int note)
+{
+    if (comThread_)
+        comThread_->sendMidiTrigger(note);
+}

@@ -1,0 +1,61 @@
+#pragma once
+// What the streamer, punch and overlay pages share: the preview with its
+// worker (started by the page, stopped when the window closes), the page's
+// controls beside it, the link, and sending commands and MIDI triggers.
+#include "codecs/ColorCode.h"
+#include "pages/PreviewView.h"
+#include "pages/PreviewWorker.h"
+
+#include <QColor>
+
+#include <memory>
+
+class ComThread;
+
+class CuePage : public PreviewView {
+    Q_OBJECT
+public:
+    ~CuePage() override;
+
+    // The page's controls, laid out beside the preview by the window.
+    QWidget* controls() const { return controls_; }
+    void setComThread(ComThread* link) { comThread_ = link; }
+    ComThread* comThread() const { return comThread_; }
+    // Hands the page's picture to its worker, then the draw request.
+    void setDraw(int request);
+    void windowClosing();
+
+protected:
+    // `nilMessage` is printed when a draw is asked for before the worker exists.
+    CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, QWidget* parent);
+
+    // Starts the page's worker; it stops when the window closes.
+    void startWorker(std::unique_ptr<PreviewWorker> worker);
+    PreviewWorker* worker() const { return worker_.get(); }
+    // The page's current picture, into its worker.
+    virtual void updatePicture() = 0;
+
+    void send(const QString& command);
+    void trigger(int note);
+
+    QWidget* controls_;
+
+private:
+    std::unique_ptr<PreviewWorker> worker_;
+    ComThread* comThread_ = nullptr;
+    const char* nilMessage_;
+};
+
+namespace rz48::pages {
+
+inline codecs::Rgb rgbOf(const QColor& c)
+{
+    return {c.redF(), c.greenF(), c.blueF()};
+}
+
+inline QColor colorOf(const codecs::Rgb& c)
+{
+    return QColor::fromRgbF(float(c.red), float(c.green), float(c.blue), 1.0f);
+}
+
+} // namespace rz48::pages

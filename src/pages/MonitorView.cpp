@@ -1,0 +1,174 @@
+#include "pages/MonitorView.h"
+
+#include "common/Diagnostics.h"
+#include "common/TextValue.h"
+#include "widgets/ColorWell.h"
+#include "widgets/FieldStepper.h"
+#include "widgets/WidgetFactory.h"
+
+#include <QFormLayout>
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+
+using namespace rz48::pages;
+using namespace rz48::widgets;
+
+namespace {
+
+// Duration and delay in fiftieths of a second, shown in seconds; typed
+// seconds round up from a quarter of a fiftieth.
+FieldStepper::Rule fiftieths()
+{
+    FieldStepper::Rule rule;
+    rule.show = [](qint64 v) { return QString::number(v / 50.0); };
+    rule.read = [](const QString& text) { return rz48::codecs::wholePart(rz48::doubleValue(text) * 50.0 + 0.25); };
+    return rule;
+}
+
+} // namespace
+
+MonitorView::MonitorView(QWidget* parent)
+    : CuePage(QStringLiteral("monitorView"), QStringLiteral("streamerControls"), "MonitorView thread is nil", parent)
+{
+    buildControls();
+}
+
+void MonitorView::buildControls()
+{
+    auto* form = new QFormLayout(controls_);
+
+    sliderStreamerWidth = slider("sliderStreamerWidth", 0, 1920, 40, controls_);
+    sliderStreamerTop = slider("sliderStreamerTop", 0, 255, 255, controls_);
+    sliderStreamerBottom = slider("sliderStreamerBottom", 0, 255, 0, controls_);
+    sliderStreamerTransparency = slider("sliderStreamerTransparency", 0, 255, 0, controls_);
+    form->addRow(tr("Width"), sliderStreamerWidth);
+    form->addRow(tr("Top"), sliderStreamerTop);
+    form->addRow(tr("Bottom"), sliderStreamerBottom);
+    form->addRow(tr("Transparency"), sliderStreamerTransparency);
+
+    duration_ = new FieldStepper(QStringLiteral("textStreamerDuration"), QStringLiteral("stepperStreamerDuration"), 0, 3000,
+                                 fiftieths(), tr("s"), controls_);
+    duration_->setQuietly(100);
+    delay_ = new FieldStepper(QStringLiteral("textStreamerDelay"), QStringLiteral("stepperStreamerDelay"), 0, 3000,
+                              fiftieths(), tr("s"), controls_);
+    form->addRow(tr("Duration"), duration_);
+    form->addRow(tr("Delay"), delay_);
+
+    auto* colours = new QGridLayout;
+    for (int i = 0; i < 4; ++i) {
+        colorWellStreamer[size_t(i)] = new ColorWell(QStringLiteral("colorWellStreamer%1").arg(i), controls_);
+        QPushButton* trigger = button(QStringLiteral("buttonStreamer%1").arg(i), tr("Streamer %1").arg(i), controls_);
+        colours->addWidget(colorWellStreamer[size_t(i)], i, 0);
+        colours->addWidget(trigger, i, 1);
+        connect(trigger, &QPushButton::clicked, this, [this, i] { onButtonStreamer(i); });
+        connect(colorWellStreamer[size_t(i)], &ColorWell::colorChosen, this, [this, i] { onColorStreamerChanged(i); });
+    }
+    colorWellEndBar = new ColorWell(QStringLiteral("colorWellEndBar"), controls_);
+    QPushButton* accum = button(QStringLiteral("buttonAccum"), tr("Accumulate"), controls_);
+    colours->addWidget(colorWellEndBar, 4, 0);
+    colours->addWidget(new QLabel(tr("End bar"), controls_), 4, 1);
+    colours->addWidget(accum, 5, 1);
+    form->addRow(tr("Colours"), colours);
+
+    for (QSlider* s : {sliderStreamerWidth, sliderStreamerTop, sliderStreamerBottom, sliderStreamerTransparency})
+        connect(s, &QSlider::valueChanged, this, [this] { setDraw(1); });
+    for (FieldStepper* f : {duration_, delay_})
+        connect(f, &FieldStepper::edited, this, [this] { setDraw(1); });
+    connect(colorWellEndBar, &ColorWell::colorChosen, this, &MonitorView::onColorEndBarChanged);
+    connect(accum, &QPushButton::clicked, this, &MonitorView::onButtonAccum);
+}
+
+void MonitorView::awakeFromNib()
+{
+    backColor = Qt::black;
+    duration_->showStepperQuietly();
+    delay_->showStepperQuietly();
+    startWorker(std::make_unique<DrawStreamerThread>());
+}
+
+QLineEdit* MonitorView::textStreamerDuration() const
+{
+    return duration_->text();
+}
+
+void MonitorView::threadNeedsTx()
+{
+    streamerTx();
+}
+
+rz48::codecs::StreamerSettings MonitorView::settingsFromControls() const
+{
+    rz48::codecs::StreamerSettings s;
+    for (size_t i = 0; i < 4; ++i)
+        s.colors[i] = rgbOf(colorWellStreamer[i]->color());
+    s.colors[4] = rgbOf(colorWellEndBar->color());
+    s.width = sliderStreamerWidth->value();
+    s.duration = duration_->value();
+    s.delay = delay_->value();
+    s.top = sliderStreamerTop->value();
+    s.bottom = sliderStreamerBottom->value();
+    s.transparency = sliderStreamerTransparency->value();
+    return s;
+}
+
+void MonitorView::streamerTx()
+{
+    rz48::diag("streamerTx\n");
+    send(rz48::codecs::streamerCommand(settingsFromControls()));
+}
+
+void MonitorView::fromString(const QString& line)
+{
+    rz48::codecs::StreamerSettings s; // every field comes from the report
+    rz48::codecs::readStreamerReport(line, reportScratch_, s);
+    setQuietly(sliderStreamerWidth, [&](QSlider* w) { w->setValue(s.width); });
+    setQuietly(sliderStreamerTop, [&](QSlider* w) { w->setValue(s.top); });
+    setQuietly(sliderStreamerBottom, [&](QSlider* w) { w->setValue(s.bottom); });
+    setQuietly(sliderStreamerTransparency, [&](QSlider* w) { w->setValue(s.transparency); });
+    // The fields show what the steppers took.
+    duration_->setQuietly(s.duration);
+    duration_->showStepperQuietly();
+    delay_->setQuietly(s.delay);
+    delay_->showStepperQuietly();
+    for (size_t i = 0; i < 4; ++i)
+        colorWellStreamer[i]->setColor(colorOf(s.colors[i]));
+    colorWellEndBar->setColor(colorOf(s.colors[4]));
+    setDraw(2);
+}
+
+double MonitorView::offset() const
+{
+    return rz48::doubleValue(duration_->text()->text());
+}
+
+void MonitorView::updatePicture()
+{
+    const rz48::codecs::StreamerSettings s = settingsFromControls();
+    StreamerPicture picture;
+    picture.top = s.top * 1080 / 255;
+    picture.bottom = s.bottom * 1080 / 255;
+    picture.width = s.width;
+    picture.backColor = backColor;
+    const auto alpha = float((255 - s.transparency) / 255.0);
+    picture.foreColor = colorWellStreamer[0]->color();
+    picture.foreColor.setAlphaF(alpha);
+    picture.endBarColor = colorWellEndBar->color();
+    picture.endBarColor.setAlphaF(alpha);
+    thread()->setPicture(picture);
+}
+
+void MonitorView::onColorStreamerChanged(int streamer)
+{
+    if (streamer == 0)
+        setDraw(2);
+    streamerTx();
+    trigger(0x7C + streamer);
+}
+
+void MonitorView::onColorEndBarChanged()
+{
+    setDraw(2);
+    streamerTx();
+}

@@ -1,0 +1,56 @@
+#pragma once
+// The streamer page: the streamer's geometry, transparency, duration and
+// delay, the colours of the four streamers and the end bar, and the trigger
+// buttons; kept in step with the unit through the "C" command and report.
+// The view itself shows the preview its worker draws.
+#include "codecs/StreamerCodec.h"
+#include "pages/CuePage.h"
+#include "pages/DrawStreamerThread.h"
+
+class ColorWell;
+class FieldStepper;
+class QLineEdit;
+class QSlider;
+
+class MonitorView : public CuePage {
+    Q_OBJECT
+public:
+    explicit MonitorView(QWidget* parent = nullptr);
+
+    void awakeFromNib();
+    // Applies one "C" report line.
+    void fromString(const QString& line);
+    // The streamer duration in seconds, as its text field shows it.
+    double offset() const;
+    QLineEdit* textStreamerDuration() const;
+
+    // The worker's debounced transmit.
+    Q_INVOKABLE void threadNeedsTx();
+    void streamerTx();
+    DrawStreamerThread* thread() const { return static_cast<DrawStreamerThread*>(worker()); }
+
+    void onColorStreamerChanged(int streamer);
+    void onColorEndBarChanged();
+    void onButtonStreamer(int streamer) { trigger(0x7C + streamer); }
+    void onButtonAccum() { trigger(0x77); }
+
+    QColor backColor = Qt::black;
+
+protected:
+    void updatePicture() override;
+
+private:
+    void buildControls();
+    rz48::codecs::StreamerSettings settingsFromControls() const;
+
+    uint32_t reportScratch_ = 0; // the last field read from a "C" report
+
+    QSlider* sliderStreamerWidth = nullptr;
+    QSlider* sliderStreamerTop = nullptr;
+    QSlider* sliderStreamerBottom = nullptr;
+    QSlider* sliderStreamerTransparency = nullptr;
+    FieldStepper* duration_ = nullptr;
+    FieldStepper* delay_ = nullptr;
+    std::array<ColorWell*, 4> colorWellStreamer {};
+    ColorWell* colorWellEndBar = nullptr;
+};

@@ -1,0 +1,60 @@
+#pragma once
+// The punch page: size and position of the punch (placed with the mouse in
+// the preview), the colours and reverse flags of the four punches, duration,
+// repeats and enables; kept in step with the unit through the "E" command and
+// report. The view itself shows the preview its worker draws; its y axis
+// points up, as the picture's does.
+#include "codecs/PunchCodec.h"
+#include "pages/CuePage.h"
+#include "pages/DrawThread.h"
+
+#include <QPointF>
+
+class ColorWell;
+class FieldStepper;
+class QCheckBox;
+class QSlider;
+
+class PunchView : public CuePage {
+    Q_OBJECT
+public:
+    explicit PunchView(QWidget* parent = nullptr);
+
+    void awakeFromNib();
+    void fromString(const QString& line);
+
+    Q_INVOKABLE void threadNeedsTx();
+    void punchTx();
+    DrawThread* thread() const { return static_cast<DrawThread*>(worker()); }
+
+    QPointF punchPoint() const { return punchPoint_; }
+    void setPunchPoint(const QPointF& p) { punchPoint_ = p; }
+
+    void onColorPunchChanged(int punch);
+    void onButtonPunch(int punch) { trigger(0x78 + punch); }
+    void onCheckBoxRev(int punch);
+
+    QColor backColor = Qt::black;
+
+protected:
+    void updatePicture() override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
+private:
+    void buildControls();
+    // The view point as a picture point (y up).
+    QPointF toPicture(const QPointF& viewPoint) const;
+    rz48::codecs::PunchSettings settingsFromControls() const;
+
+    QPointF punchPoint_ {960.0, 540.0};
+
+    QSlider* sliderPunchSize = nullptr;
+    std::array<ColorWell*, 4> colorWellPunch {};
+    std::array<QCheckBox*, 4> checkBoxRev {};
+    FieldStepper* durationFrames = nullptr;
+    FieldStepper* repeatCount = nullptr;
+    FieldStepper* repeatSeconds = nullptr;
+    // Punch enabled, beeps, black-cue-black, picture when stopped: bits 0 to 3.
+    std::array<QCheckBox*, 4> enables_ {};
+};

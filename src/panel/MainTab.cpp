@@ -1,0 +1,373 @@
+#include "panel/MainTab.h"
+
+#include "codecs/MainTabCodec.h"
+#include "codecs/ProtocolTables.h"
+#include "common/Diagnostics.h"
+#include "link/ComThread.h"
+#include "link/MsgClass.h"
+#include "panel/ReportRouter.h"
+#include "widgets/FieldStepper.h"
+#include "widgets/RadioMatrix.h"
+#include "widgets/WidgetFactory.h"
+
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+using namespace rz48::widgets;
+namespace maintab = rz48::maintab;
+
+namespace {
+
+constexpr int kConsoleLines = 5000; // the console keeps the last lines of a long session
+const char* const kMaskingNames[5] = {"Top", "Bottom", "Left", "Right", "Transparency"};
+
+} // namespace
+
+MainTab::MainTab(QWidget* parent)
+    : QWidget(parent)
+{
+    setObjectName(QStringLiteral("mainPage"));
+    auto* grid = new QGridLayout(this);
+
+    // Reference and priority.
+    auto* reference = new QGroupBox(tr("Reference"), this);
+    auto* refLayout = new QVBoxLayout(reference);
+    rateMatrix = new RadioMatrix(QStringLiteral("rateMatrix"), {tr("Flat"), tr("Pulldown"), tr("Auto")}, Qt::Horizontal);
+    priorityMatrix = new RadioMatrix(QStringLiteral("priorityMatrix"), {tr("HDMI priority"), tr("SDI priority")}, Qt::Horizontal);
+    checkBoxStreamerEndPunch = checkBox(QStringLiteral("checkBoxStreamerEndPunch"), tr("Punch at streamer end"), this);
+    refLayout->addWidget(rateMatrix);
+    refLayout->addWidget(priorityMatrix);
+    refLayout->addWidget(checkBoxStreamerEndPunch);
+    grid->addWidget(reference, 0, 0);
+
+    // Test signals and bypass.
+    auto* signals_ = new QGroupBox(tr("Signal"), this);
+    auto* sigLayout = new QGridLayout(signals_);
+    checkBoxBars = checkBox(QStringLiteral("checkBoxBars"), tr("Colour bars"), this);
+    checkBoxGrayScale = checkBox(QStringLiteral("checkBoxGrayScale"), tr("Grey scale"), this);
+    checkBoxBypass = checkBox(QStringLiteral("checkBoxBypass"), tr("Bypass"), this);
+    comboBoxSdiGenerator = new QComboBox(this);
+    comboBoxSdiGenerator->setObjectName(QStringLiteral("comboBoxSdiGenerator"));
+    myColorSpaceComboBox = new QComboBox(this);
+    myColorSpaceComboBox->setObjectName(QStringLiteral("myColorSpaceComboBox"));
+    myColorSpaceComboBox->addItems({tr("RGB full range"), tr("RGB limited range"), tr("YCbCr 4:4:4 BT.709"),
+                                    tr("YCbCr 4:2:2 BT.709"), tr("YCbCr 4:4:4 BT.601"), tr("YCbCr 4:2:2 BT.601")});
+    sigLayout->addWidget(checkBoxBars, 0, 0);
+    sigLayout->addWidget(checkBoxGrayScale, 0, 1);
+    sigLayout->addWidget(checkBoxBypass, 0, 2);
+    sigLayout->addWidget(new QLabel(tr("SDI generator"), this), 1, 0);
+    sigLayout->addWidget(comboBoxSdiGenerator, 1, 1, 1, 2);
+    sigLayout->addWidget(new QLabel(tr("Input colour space"), this), 2, 0);
+    sigLayout->addWidget(myColorSpaceComboBox, 2, 1, 1, 2);
+    grid->addWidget(signals_, 0, 1);
+
+    // Masking.
+    auto* masking = new QGroupBox(tr("Masking"), this);
+    auto* maskLayout = new QGridLayout(masking);
+    for (int i = 0; i < 5; ++i) {
+        const QString name = QLatin1String(kMaskingNames[i]);
+        masking_[size_t(i)] = new FieldStepper(QStringLiteral("textBoxMasking") + name, QStringLiteral("stepperMasking") + name,
+                                               0, i == 4 ? 255 : 1080, {}, {}, this);
+        maskLayout->addWidget(new QLabel(name, this), i, 0);
+        maskLayout->addWidget(masking_[size_t(i)], i, 1);
+        connect(masking_[size_t(i)], &FieldStepper::edited, this, &MainTab::sendMasking);
+    }
+    grid->addWidget(masking, 1, 0);
+
+    // Pop and LTC, delay trim, one-shot requests.
+    auto* pop = new QGroupBox(tr("Pop / LTC"), this);
+    auto* popLayout = new QVBoxLayout(pop);
+    checkBoxPopStreamerAccum = checkBox(QStringLiteral("checkBoxPopStreamerAccum"), tr("Pop on accumulated streamer"), this);
+    checkBoxPopStreamer = checkBox(QStringLiteral("checkBoxPopStreamer"), tr("Pop on streamer"), this);
+    checkBoxPopPunch = checkBox(QStringLiteral("checkBoxPopPunch"), tr("Pop on punch"), this);
+    popMatrix = new RadioMatrix(QStringLiteral("popMatrix"), {tr("Pop"), tr("LTC")}, Qt::Horizontal);
+    popLayout->addWidget(checkBoxPopStreamerAccum);
+    popLayout->addWidget(checkBoxPopStreamer);
+    popLayout->addWidget(checkBoxPopPunch);
+    popLayout->addWidget(popMatrix);
+
+    FieldStepper::Rule trimRule;
+    trimRule.show = [](qint64 v) { return QString::number(maintab::trimDisplayValue(int(v))); };
+    trimRule.read = [](const QString& text) { return maintab::trimFromDisplayValue(rz48::doubleValue(text)); };
+    trim_ = new FieldStepper(QStringLiteral("textDelayTrim"), QStringLiteral("stepperDelayTrim"), -5000, 5000, trimRule, {}, this);
+    auto* trimRow = new QHBoxLayout;
+    trimRow->addWidget(new QLabel(tr("Delay trim"), this));
+    trimRow->addWidget(trim_);
+    popLayout->addLayout(trimRow);
+
+    checkBoxExtendedTiming = checkBox(QStringLiteral("checkBoxExtendedTiming"), tr("Extended timing"), this);
+    auto* hdmiButton = button(QStringLiteral("buttonGetHdmiTiming"), tr("Get HDMI timing"), this);
+    auto* fieldsButton = button(QStringLiteral("buttonStreamerFields"), tr("Streamer fields"), this);
+    auto* testButton = button(QStringLiteral("buttonTest"), tr("Framing test"), this);
+    auto* requests = new QHBoxLayout;
+    requests->addWidget(checkBoxExtendedTiming);
+    requests->addWidget(hdmiButton);
+    requests->addWidget(fieldsButton);
+    requests->addWidget(testButton);
+    requests->addStretch(1);
+    popLayout->addLayout(requests);
+    grid->addWidget(pop, 1, 1);
+
+    // Debug console.
+    auto* console = new QGroupBox(tr("Console"), this);
+    auto* consoleLayout = new QGridLayout(console);
+    textViewDebugRx = new QPlainTextEdit(this);
+    textViewDebugRx->setObjectName(QStringLiteral("textViewDebugRx"));
+    textViewDebugRx->setReadOnly(true);
+    textViewDebugRx->setMaximumBlockCount(kConsoleLines);
+    textViewDebugRx->setFont(QFont(QStringLiteral("DejaVu Sans Mono"), 9));
+    textDebugTx = new QLineEdit(this);
+    textDebugTx->setObjectName(QStringLiteral("textDebugTx"));
+    textDebugTx->setPlaceholderText(tr("command line to the unit, e.g. A"));
+    auto* clearButton = button(QStringLiteral("buttonClearDebugRx"), tr("Clear"), this);
+    checkBoxTimer = checkBox(QStringLiteral("checkBoxTimer"), tr("Timer"), this);
+    checkBoxTimer->hide(); // an outlet without an action of its own
+    consoleLayout->addWidget(textViewDebugRx, 0, 0, 1, 2);
+    consoleLayout->addWidget(textDebugTx, 1, 0);
+    consoleLayout->addWidget(clearButton, 1, 1);
+    grid->addWidget(console, 2, 0, 1, 2);
+    grid->setRowStretch(2, 1);
+
+    // User actions only: reports set these controls with their signals blocked.
+    connect(rateMatrix, &RadioMatrix::cellClicked, this, &MainTab::onRadioButtonRef);
+    connect(priorityMatrix, &RadioMatrix::cellClicked, this, &MainTab::onRadioButtonPriority);
+    connect(popMatrix, &RadioMatrix::cellClicked, this, &MainTab::onRadioPop);
+    connect(checkBoxStreamerEndPunch, &QCheckBox::toggled, this, &MainTab::sendRate);
+    connect(checkBoxBars, &QCheckBox::toggled, this, &MainTab::sendBarsAndGray);
+    connect(checkBoxGrayScale, &QCheckBox::toggled, this, &MainTab::sendBarsAndGray);
+    connect(checkBoxBypass, &QCheckBox::toggled, this, &MainTab::onCheckBoxBypass);
+    connect(checkBoxPopStreamerAccum, &QCheckBox::toggled, this, &MainTab::onCheckBoxPopStreamerAccum);
+    connect(checkBoxPopStreamer, &QCheckBox::toggled, this, &MainTab::onCheckBoxPopStreamer);
+    connect(checkBoxPopPunch, &QCheckBox::toggled, this, &MainTab::sendPopEnables);
+    connect(comboBoxSdiGenerator, &QComboBox::activated, this, &MainTab::onComboBoxSdiGenerator);
+    connect(myColorSpaceComboBox, &QComboBox::activated, this, &MainTab::oncomboBoxInputColorSpace);
+    connect(trim_, &FieldStepper::edited, this, &MainTab::sendTrim);
+    connect(textDebugTx, &QLineEdit::returnPressed, this, &MainTab::onTextDebugTx);
+    connect(hdmiButton, &QPushButton::clicked, this, &MainTab::onButtonGetHdmiTiming);
+    connect(fieldsButton, &QPushButton::clicked, this, &MainTab::onButtonStreamerFields);
+    connect(testButton, &QPushButton::clicked, this, &MainTab::onButtonTest);
+    connect(clearButton, &QPushButton::clicked, this, &MainTab::onButtonClearDebugRx);
+}
+
+void MainTab::awakeFromNib()
+{
+    setQuietly(comboBoxSdiGenerator, [](QComboBox* c) {
+        for (const char* entry : rz48::kSdiGenerators)
+            c->addItem(QString::fromLatin1(entry));
+    });
+    setQuietly(myColorSpaceComboBox, [](QComboBox* c) { c->setCurrentIndex(0); });
+    setQuietly(checkBoxTimer, [](QCheckBox* c) { c->setChecked(false); });
+}
+
+// ---------------------------------------------------------------- reports
+
+void MainTab::registerReports(ReportRouter& router)
+{
+    using Fields = ReportRouter::Fields;
+    router.on({'A'}, [this](const QString&, Fields& f) {
+        const maintab::Rate rate = maintab::rateFromReport(f.hex());
+        const QSignalBlocker b1(rateMatrix), b2(priorityMatrix), b3(checkBoxStreamerEndPunch);
+        rateMatrix->setAllOff();
+        rateMatrix->setCellOn(rate.reference, true);
+        priorityMatrix->setCellOn(0, rate.hdmiPriority);
+        priorityMatrix->setCellOn(1, !rate.hdmiPriority);
+        checkBoxStreamerEndPunch->setChecked(rate.endPunch);
+    });
+    router.on({'G'}, [this](const QString&, Fields& f) {
+        const maintab::BarsGray value = maintab::barsFromReport(f.hex());
+        const QSignalBlocker b1(checkBoxBars), b2(checkBoxGrayScale);
+        checkBoxBars->setChecked(value.bars);
+        checkBoxGrayScale->setChecked(value.gray);
+    });
+    router.on({'H'}, [this](const QString&, Fields& f) {
+        for (FieldStepper* edge : masking_)
+            edge->setQuietly(f.dec());
+    });
+    router.on({'J'}, [this](const QString&, Fields& f) { trim_->setQuietly(f.dec()); });
+    router.on({'M'}, [this](const QString&, Fields& f) {
+        const int n = f.dec();
+        setQuietly(comboBoxSdiGenerator, [n](QComboBox* c) { c->setCurrentIndex(n >= 0 && n < c->count() ? n : -1); });
+    });
+    router.on({'Q'}, [this](const QString&, Fields& f) {
+        const bool on = f.dec() != 0;
+        setQuietly(checkBoxBypass, [on](QCheckBox* c) { c->setChecked(on); });
+    });
+    router.on({'X'}, [this](const QString&, Fields& f) { showPopEnables(f.dec()); });
+    router.on({'Y'}, [this](const QString&, Fields& f) {
+        const uint32_t n = f.hex();
+        setQuietly(myColorSpaceComboBox, [n](QComboBox* c) { c->setCurrentIndex(n < uint32_t(c->count()) ? int(n) : -1); });
+    });
+}
+
+void MainTab::showPopEnables(int32_t bits)
+{
+    const maintab::PopEnables pop = maintab::popFromReport(bits);
+    const QSignalBlocker b1(checkBoxPopStreamerAccum), b2(checkBoxPopPunch), b3(checkBoxPopStreamer), b4(popMatrix);
+    checkBoxPopStreamerAccum->setChecked(pop.streamerAccum);
+    checkBoxPopPunch->setChecked(pop.punch);
+    checkBoxPopStreamer->setChecked(pop.streamer);
+    popMatrix->setCellOn(0, !pop.ltc);
+    popMatrix->setCellOn(1, pop.ltc);
+}
+
+void MainTab::appendConsole(const QString& line)
+{
+    textViewDebugRx->moveCursor(QTextCursor::End);
+    textViewDebugRx->insertPlainText(line + u'\n');
+    textViewDebugRx->verticalScrollBar()->setValue(textViewDebugRx->verticalScrollBar()->maximum());
+}
+
+// ---------------------------------------------------------------- senders
+
+void MainTab::send(const QString& command)
+{
+    if (comThread_)
+        comThread_->sendString(command);
+}
+
+void MainTab::sendRate()
+{
+    maintab::Rate rate;
+    rate.reference = rateMatrix->isCellOn(2) ? maintab::Auto : rateMatrix->isCellOn(1) ? maintab::Pulldown : maintab::Flat;
+    rate.endPunch = checkBoxStreamerEndPunch->isChecked();
+    rate.hdmiPriority = priorityMatrix->isCellOn(0);
+    send(maintab::rateCommand(rate));
+}
+
+// The cells of a matrix work as radio buttons: the others go off.
+static void onlyCell(RadioMatrix* matrix, int cell)
+{
+    for (int i = 0; i < matrix->cellCount(); ++i)
+        if (i != cell)
+            matrix->setCellOn(i, false);
+}
+
+void MainTab::onRadioButtonRef(int cell)
+{
+    onlyCell(rateMatrix, cell);
+    sendRate();
+}
+
+void MainTab::onRadioButtonPriority(int cell)
+{
+    onlyCell(priorityMatrix, cell);
+    sendRate();
+}
+
+void MainTab::sendBarsAndGray()
+{
+    send(maintab::barsCommand({checkBoxBars->isChecked(), checkBoxGrayScale->isChecked()}));
+}
+
+void MainTab::sendMasking()
+{
+    maintab::Masking m {};
+    for (size_t i = 0; i < 5; ++i)
+        m[i] = masking_[i]->value();
+    send(maintab::maskingCommand(m));
+}
+
+void MainTab::sendPopEnables()
+{
+    send(maintab::popCommand({checkBoxPopStreamerAccum->isChecked(), checkBoxPopPunch->isChecked(),
+                              checkBoxPopStreamer->isChecked(), popMatrix->isCellOn(1)}));
+}
+
+void MainTab::onCheckBoxPopStreamerAccum()
+{
+    if (checkBoxPopStreamerAccum->isChecked())
+        setQuietly(checkBoxPopStreamer, [](QCheckBox* c) { c->setChecked(false); });
+    sendPopEnables();
+}
+
+void MainTab::onCheckBoxPopStreamer()
+{
+    if (checkBoxPopStreamer->isChecked())
+        setQuietly(checkBoxPopStreamerAccum, [](QCheckBox* c) { c->setChecked(false); });
+    sendPopEnables();
+}
+
+void MainTab::onRadioPop(int cell)
+{
+    onlyCell(popMatrix, cell);
+    send(maintab::popCommand({checkBoxPopStreamerAccum->isChecked(), checkBoxPopPunch->isChecked(),
+                              checkBoxPopStreamer->isChecked(), cell == 1}));
+}
+
+void MainTab::onComboBoxSdiGenerator()
+{
+    send(maintab::generatorCommand(comboBoxSdiGenerator->currentIndex()));
+}
+
+void MainTab::onCheckBoxBypass()
+{
+    send(maintab::bypassCommand(checkBoxBypass->isChecked()));
+}
+
+void MainTab::sendTrim()
+{
+    send(maintab::trimCommand(trim_->value()));
+}
+
+void MainTab::oncomboBoxInputColorSpace()
+{
+    send(maintab::colorSpaceCommand(myColorSpaceComboBox->currentIndex()));
+}
+
+void MainTab::onButtonGetHdmiTiming()
+{
+    send(maintab::hdmiTimingCommand(checkBoxExtendedTiming->isChecked()));
+}
+
+void MainTab::onButtonStreamerFields()
+{
+    send(QString::fromLatin1(maintab::kStreamerFieldsCommand));
+}
+
+void MainTab::onTextDebugTx()
+{
+    const QString command = textDebugTx->text().trimmed();
+    textDebugTx->setText(command);
+    send(command);
+}
+
+void MainTab::onButtonClearDebugRx()
+{
+    textViewDebugRx->selectAll();
+    textViewDebugRx->clear();
+}
+
+void MainTab::onButtonTest()
+{
+    MsgClass m;
+    m.txString(QStringLiteral("A 1\r\n"));
+    const unsigned char sysex[8] = {0xF0, 0x20, 0x56, 0x20, 0x41, 0x42, 0x43, 0xF7};
+    m.txBytes(sysex, sizeof sysex);
+    m.txString(QStringLiteral("B\r\n"));
+
+    auto printLines = [&m] {
+        while (const std::optional<QString> line = m.removeString()) {
+            rz48::diag("%s\n", line->toUtf8().constData());
+            if (line->isEmpty())
+                break;
+        }
+    };
+    printLines();
+    while (const std::optional<QByteArray> midi = m.removeMidi()) {
+        std::string text;
+        char item[8];
+        for (char c : *midi) {
+            std::snprintf(item, sizeof item, "%02x ", unsigned(static_cast<unsigned char>(c)));
+            text += item;
+        }
+        rz48::diag("%s\n", text.c_str());
+        if (midi->isEmpty())
+            break;
+    }
+    printLines();
+}

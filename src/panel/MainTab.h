@@ -1,0 +1,77 @@
+#pragma once
+// The panel's main tab: the video path (reference, priority, bars, masking,
+// pop and LTC, test generator, bypass, delay trim, colour space), one-shot
+// requests, and the console of everything the unit reports. Owns the "A",
+// "G", "H", "J", "M", "Q", "X" and "Y" reports; every user action sends its
+// command at once.
+#include <QWidget>
+
+#include <array>
+#include <cstdint>
+
+class ComThread;
+class FieldStepper;
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QPlainTextEdit;
+class RadioMatrix;
+class ReportRouter;
+
+class MainTab : public QWidget {
+    Q_OBJECT
+public:
+    explicit MainTab(QWidget* parent = nullptr);
+
+    void setComThread(ComThread* link) { comThread_ = link; }
+    void registerReports(ReportRouter& router);
+    // The start-up values of the lists and the timer box.
+    void awakeFromNib();
+    // One report line, as the console shows it.
+    void appendConsole(const QString& line);
+
+    void sendRate();
+    void onRadioButtonRef(int cell);
+    void onRadioButtonPriority(int cell);
+    void sendBarsAndGray();
+    void sendMasking();
+    void sendPopEnables();
+    void onCheckBoxPopStreamerAccum();
+    void onCheckBoxPopStreamer();
+    void onRadioPop(int cell);
+    void onComboBoxSdiGenerator();
+    void onCheckBoxBypass();
+    void sendTrim();
+    void oncomboBoxInputColorSpace();
+    void onButtonGetHdmiTiming();
+    void onButtonStreamerFields();
+    void onTextDebugTx();
+    void onButtonClearDebugRx();
+    // The framing self-test: frames lines and a system-exclusive message
+    // and prints what comes back out.
+    void onButtonTest();
+
+private:
+    void send(const QString& command);
+    void showPopEnables(int32_t bits);
+
+    ComThread* comThread_ = nullptr;
+    RadioMatrix* rateMatrix = nullptr;
+    RadioMatrix* priorityMatrix = nullptr;
+    RadioMatrix* popMatrix = nullptr;
+    QCheckBox* checkBoxStreamerEndPunch = nullptr;
+    QCheckBox* checkBoxBars = nullptr;
+    QCheckBox* checkBoxGrayScale = nullptr;
+    QCheckBox* checkBoxBypass = nullptr;
+    QCheckBox* checkBoxExtendedTiming = nullptr;
+    QCheckBox* checkBoxPopStreamerAccum = nullptr;
+    QCheckBox* checkBoxPopPunch = nullptr;
+    QCheckBox* checkBoxPopStreamer = nullptr;
+    QCheckBox* checkBoxTimer = nullptr;
+    std::array<FieldStepper*, 5> masking_ {};
+    FieldStepper* trim_ = nullptr;
+    QComboBox* comboBoxSdiGenerator = nullptr;
+    QComboBox* myColorSpaceComboBox = nullptr;
+    QLineEdit* textDebugTx = nullptr;
+    QPlainTextEdit* textViewDebugRx = nullptr;
+};

@@ -1,0 +1,82 @@
+#pragma once
+// The two firmware updates of the File menu and the Update tab that shows
+// their progress (and the cue transfer's). Owns both update workers, reads
+// the unit's version and settings block ("k" and "j" reports) that a
+// microcontroller update keeps, and the cue transfer's "f" and "h" reports.
+#include "update/Progress.h"
+
+#include <QObject>
+#include <QString>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+class ComThread;
+class FirmwareUpdateThread;
+class MicroUpdateThread;
+class QLabel;
+class QProgressBar;
+class QWidget;
+class ReportRouter;
+
+// Where the microcontroller loader image comes from: a file named on the
+// command line, the default places, or the built-in emulated unit's own.
+struct LoaderSource {
+    QString path;
+    QByteArray simulated;
+    bool simulatedUnit = false;
+};
+
+class UpdateController : public QObject {
+    Q_OBJECT
+public:
+    explicit UpdateController(QObject* parent = nullptr);
+    ~UpdateController() override;
+
+    // The Update tab: a message and a progress bar, hidden until used.
+    QWidget* makeTab();
+    void registerReports(ReportRouter& router);
+    // `showTab` brings the Update tab forward; `makeRoom` moves other windows aside.
+    void setUp(ComThread* link, LoaderSource loader, std::function<void()> showTab, std::function<void()> makeRoom);
+    // The window is closing: a running update ends first ("operation aborted, ...").
+    void stop();
+
+    void menuFileUpdateMicro();
+    void menuFileUpdateFirmware();
+    Q_INVOKABLE void threadHasProgress(Progress progress);
+    Q_INVOKABLE void threadUpdateComplete(Progress progress);
+    // Every 100 ms: hides the progress some time after the last report.
+    void timer_service();
+    void checkMicroVersion(const QString& current, const QString& minimum);
+
+    MicroUpdateThread* microUpdateThread() const { return micro_.get(); }
+    FirmwareUpdateThread* firmwareUpdateThread() const { return firmware_.get(); }
+    uint32_t progressDowncount() const { return progress_downcount; }
+    const std::array<uint8_t, 256>& stateBuffer() const { return stateBuffer_; }
+    uint32_t stateAddress() const { return stateAddress_; }
+    uint32_t stateSize() const { return stateSize_; }
+
+private:
+    // The loader image for a microcontroller update, or empty after an alert.
+    QByteArray loaderForUpdate();
+    void showProgress(const Progress& progress);
+    void onTransferQueued();
+    void onTransferResult(uint32_t result);
+    void onSettingsRecord(const QString& line);
+
+    std::unique_ptr<MicroUpdateThread> micro_;
+    std::unique_ptr<FirmwareUpdateThread> firmware_;
+    ComThread* comThread_ = nullptr;
+    LoaderSource loader_;
+    std::function<void()> showTab_;
+    std::function<void()> makeRoom_;
+    uint32_t progress_downcount = 0;
+    int32_t fMax = 0; // never assigned: a transfer result of 0 is success
+    std::array<uint8_t, 256> stateBuffer_ {};
+    uint32_t stateAddress_ = 0;
+    uint32_t stateSize_ = 0;
+    QProgressBar* progressBarUpdate = nullptr;
+    QLabel* labelUpdate = nullptr;
+};

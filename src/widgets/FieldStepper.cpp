@@ -1,0 +1,70 @@
+#include "widgets/FieldStepper.h"
+
+#include "widgets/Stepper.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSignalBlocker>
+
+FieldStepper::FieldStepper(const QString& textName, const QString& stepperName, int minimum, int maximum, Rule rule,
+                           const QString& unit, QWidget* parent)
+    : QWidget(parent)
+    , rule_(std::move(rule))
+    , text_(new QLineEdit(this))
+    , stepper_(new Stepper(stepperName, minimum, maximum, 1, this))
+{
+    text_->setObjectName(textName);
+    text_->setMaximumWidth(80);
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(text_);
+    row->addWidget(stepper_);
+    if (!unit.isEmpty())
+        row->addWidget(new QLabel(unit, this));
+    row->addStretch(1);
+    showStepperQuietly();
+    connect(text_, &QLineEdit::editingFinished, this, &FieldStepper::typed);
+    connect(stepper_, &Stepper::valueChanged, this, &FieldStepper::stepped);
+}
+
+int FieldStepper::value() const
+{
+    return stepper_->value();
+}
+
+void FieldStepper::setQuietly(qint64 value)
+{
+    const QSignalBlocker blockText(text_), blockStepper(stepper_);
+    text_->setText(rule_.show(value));
+    stepper_->setValue(int(value));
+}
+
+void FieldStepper::showStepperQuietly()
+{
+    const QSignalBlocker block(text_);
+    text_->setText(rule_.show(stepper_->value()));
+}
+
+void FieldStepper::typed()
+{
+    int value = rule_.read(text_->text());
+    if (rule_.rewriteAboveMaximum && value > stepper_->maximum()) {
+        value = stepper_->maximum();
+        const QSignalBlocker block(text_);
+        text_->setText(rule_.show(value));
+    }
+    entered_ = value;
+    {
+        const QSignalBlocker block(stepper_);
+        stepper_->setValue(value);
+    }
+    emit edited();
+}
+
+void FieldStepper::stepped()
+{
+    entered_ = stepper_->value();
+    showStepperQuietly();
+    emit edited();
+}

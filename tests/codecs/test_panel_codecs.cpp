@@ -1,0 +1,117 @@
+// Main tab commands, report scanning, version comparison and text values.
+#include "common/FieldScanner.h"
+#include "common/TextValue.h"
+#include "codecs/MainTabCodec.h"
+#include "codecs/ReportScanner.h"
+#include "codecs/VersionCheck.h"
+
+#include <gtest/gtest.h>
+
+using namespace rz48;
+using namespace rz48::maintab;
+
+namespace {
+
+TEST(MainTabCommands, RateBitsBothWays)
+{
+    EXPECT_EQ(rateCommand({Pulldown, true, false}), QStringLiteral("A 5"));
+    EXPECT_EQ(rateCommand({Auto, false, true}), QStringLiteral("A a"));
+    EXPECT_EQ(rateCommand({Flat, false, false}), QStringLiteral("A 0"));
+    const Rate three = rateFromReport(3);
+    EXPECT_EQ(three.reference, Auto);
+    EXPECT_EQ(rateFromReport(2).reference, Auto);
+    const Rate eight = rateFromReport(8);
+    EXPECT_EQ(eight.reference, Flat);
+    EXPECT_TRUE(eight.hdmiPriority);
+    EXPECT_FALSE(eight.endPunch);
+    EXPECT_TRUE(rateFromReport(0xd).endPunch);
+}
+
+TEST(MainTabCommands, OtherCommands)
+{
+    EXPECT_EQ(barsCommand({true, true}), QStringLiteral("G 3"));
+    EXPECT_TRUE(barsFromReport(2).gray);
+    EXPECT_FALSE(barsFromReport(2).bars);
+    EXPECT_EQ(maskingCommand({1, 2, 3, 4, -5}), QStringLiteral("H 1 2 3 4 -5"));
+    EXPECT_EQ(popCommand({false, false, true, false}), QStringLiteral("X 4"));
+    EXPECT_EQ(popCommand({false, false, false, true}), QStringLiteral("X 8"));
+    const PopEnables pop = popFromReport(0xb);
+    EXPECT_TRUE(pop.streamerAccum && pop.punch && !pop.streamer && pop.ltc);
+    EXPECT_EQ(generatorCommand(15), QStringLiteral("M 15"));
+    EXPECT_EQ(bypassCommand(true), QStringLiteral("Q 1"));
+    EXPECT_EQ(colorSpaceCommand(10), QStringLiteral("Y 10")); // decimal, though the report is hexadecimal
+    EXPECT_EQ(hdmiTimingCommand(false), QStringLiteral("N 0"));
+}
+
+TEST(MainTabCommands, TrimIsShownDividedBy50AndTruncatedBack)
+{
+    EXPECT_EQ(trimDisplayValue(25), 0.5);
+    EXPECT_EQ(trimFromDisplayValue(0.5), 25);
+    EXPECT_EQ(trimFromDisplayValue(0.51), 25);
+    EXPECT_EQ(trimFromDisplayValue(-0.51), -25); // toward zero
+    EXPECT_EQ(trimFromDisplayValue(1e300), INT_MAX);
+    EXPECT_EQ(trimFromDisplayValue(std::nan("")), 0);
+}
+
+TEST(ReportScanner, AcceptsLetterSpaceFields)
+{
+    EXPECT_EQ(acceptReport(QStringLiteral("  A 3 \r\n")), QStringLiteral("A 3"));
+    EXPECT_EQ(acceptReport(QStringLiteral("f")), QStringLiteral("f"));
+    EXPECT_FALSE(acceptReport(QStringLiteral("AB 1")).has_value());
+    EXPECT_FALSE(acceptReport(QString()).has_value());
+    EXPECT_FALSE(acceptReport(QStringLiteral(" \t")).has_value());
+}
+
+TEST(FieldScanner, ReadsFieldsAndStopsAtGarbage)
+{
+    FieldScanner scan(QStringLiteral("H 12 -3 x 4"));
+    int32_t v = 99;
+    EXPECT_TRUE(scan.scanInt(v));
+    EXPECT_EQ(v, 12);
+    EXPECT_TRUE(scan.scanInt(v));
+    EXPECT_EQ(v, -3);
+    EXPECT_FALSE(scan.scanInt(v)); // stuck before the x
+    EXPECT_EQ(v, -3);
+    EXPECT_FALSE(scan.atEnd());
+
+    FieldScanner bare(QStringLiteral("A"));
+    EXPECT_TRUE(bare.atEnd()); // the letter is never read as a field
+
+    FieldScanner hex(QStringLiteral("k 0xfc00 ffffffffff  "));
+    uint32_t h = 0;
+    EXPECT_TRUE(hex.scanHex(h));
+    EXPECT_EQ(h, 0xfc00u);
+    EXPECT_TRUE(hex.scanHex(h));
+    EXPECT_EQ(h, 0xffffffffu); // saturates
+    EXPECT_TRUE(hex.atEnd());
+
+    FieldScanner big(QStringLiteral("J 99999999999"));
+    EXPECT_TRUE(big.scanInt(v));
+    EXPECT_EQ(v, INT_MAX);
+}
+
+TEST(VersionCheck, ComparesTheFirstDottedVersion)
+{
+    const QString min = QStringLiteral("3.32.6");
+    EXPECT_TRUE(compareVersions(QStringLiteral("k fc00 3f RZ-48 micro 3.32.5"), min)->tooOld);
+    EXPECT_FALSE(compareVersions(QStringLiteral("k fc00 3f 3.32.6"), min)->tooOld);
+    EXPECT_FALSE(compareVersions(QStringLiteral("k fc00 3f 4.0.0"), min)->tooOld);
+    EXPECT_EQ(compareVersions(QStringLiteral("k fc00 3f 4.0.0"), min)->current, QStringLiteral("4.0.0"));
+    EXPECT_FALSE(compareVersions(QStringLiteral("k fc00 3f no version"), min).has_value());
+    // The minimum is read whole: only its first three integers count.
+    EXPECT_TRUE(compareVersions(QStringLiteral("k 1 2 3.32.5"), QStringLiteral("3.32.6 or later")).value().tooOld);
+    EXPECT_EQ(versionValue(QStringLiteral("3.32.6")), 33206);
+    EXPECT_EQ(firstDottedVersion(QStringLiteral("v 123.45.678")), QStringLiteral("23.45.67"));
+}
+
+TEST(TextValue, ReadsLeadingNumbers)
+{
+    EXPECT_EQ(intValue(QStringLiteral("  42abc")), 42);
+    EXPECT_EQ(intValue(QStringLiteral("-7")), -7);
+    EXPECT_EQ(intValue(QStringLiteral("abc")), 0);
+    EXPECT_EQ(intValue(QStringLiteral("99999999999")), INT_MAX);
+    EXPECT_EQ(doubleValue(QStringLiteral(" 0.51x")), 0.51);
+    EXPECT_EQ(doubleValue(QString()), 0.0);
+}
+
+} // namespace

@@ -1,0 +1,229 @@
+// The cue list window in the panel, against the emulated unit.
+#include "common/Diagnostics.h"
+#include "cuewindow/CueArrayController.h"
+#include "cuewindow/CueDocument.h"
+#include "cuewindow/CueTableView.h"
+#include "pages/MonitorView.h"
+#include "support/PanelFixture.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QUrl>
+#include <QComboBox>
+#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTest>
+
+using rz48test::PanelTest;
+using rz48test::waitUntil;
+
+namespace {
+
+class CueWindowTest : public PanelTest {
+protected:
+    void SetUp() override
+    {
+        PanelTest::SetUp();
+        startWithUnit();
+        doc = view->cueDocument();
+        ASSERT_NE(doc, nullptr);
+        doc->cueTableFromString(QStringLiteral("A1\t01:00:00:00\t01:00:05:00\tHello\tnote\n"
+                                               "B2\t01:00:10:00\t---\tWorld\t\n"));
+    }
+    template <class T> T* cueControl(const char* name)
+    {
+        T* w = doc->window()->findChild<T*>(QLatin1String(name));
+        EXPECT_NE(w, nullptr) << name;
+        return w;
+    }
+    QString path(const char* name) const { return dir.filePath(QLatin1String(name)); }
+    CueDocument* doc = nullptr;
+};
+
+TEST_F(CueWindowTest, WindowBesideThePanel)
+{
+    EXPECT_EQ(doc->window()->objectName(), QStringLiteral("CueDocument"));
+    EXPECT_TRUE(doc->window()->isVisible());
+    EXPECT_EQ(cueControl<QComboBox>("comboBoxMidiTcType")->currentIndex(), 3);
+    EXPECT_EQ(doc->collection().size(), 2);
+    // The streamer's "C" report gave the document its offset: minus the duration.
+    EXPECT_DOUBLE_EQ(doc->offset(), -2.0);
+    host.inject("C 0 28 0 96 0 ff ff 0\r\n>");
+    ASSERT_TRUE(waitUntil([&] { return doc->offset() == -3.0; }));
+    doc->window()->close(); // hides it; the panel keeps the document
+    EXPECT_FALSE(doc->window()->isVisible());
+    doc->showWindows();
+    EXPECT_TRUE(doc->window()->isVisible());
+}
+
+TEST_F(CueWindowTest, SelectingARowSendsItsText)
+{
+    cueControl<QCheckBox>("checkBoxCueIdInText")->setChecked(true);
+    // B2 was read from a saved line with no Out time: its text is "---" (the sheet is lossy).
+    expectSends([&] { doc->tableView()->selectRow(1); }, "s B2\t\\n---");
+    cueControl<QCheckBox>("checkBoxExportText")->setChecked(false);
+    expectSends([&] { doc->tableView()->selectRow(0); }, "s A1\t");
+}
+
+TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
+{
+    const size_t before = host.unit().commands().size();
+    doc->onTxInOuts();
+    auto* label = view->findChild<QLabel*>(QStringLiteral("labelUpdate"));
+    ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("success!"); }, 5000));
+    const auto all = host.unit().commands();
+    EXPECT_EQ(std::vector<std::string>(all.begin() + long(before), all.end()),
+              (std::vector<std::string> {"h 0", "f 01:00:00:00 01:00:05:00", "f 01:00:10:00 "}));
+    EXPECT_EQ(view->tabView()->currentIndex(), 2);
+
+    host.unit().setBadPairs(1);
+    label->clear();
+    doc->onTxInOuts();
+    ASSERT_TRUE(waitUntil([&] { return label->text().startsWith(QStringLiteral("1 of 0")); }, 5000));
+    expectSends([&] { doc->onClearText(); }, "V");
+}
+
+TEST_F(CueWindowTest, SaveAndReopenTheSheet)
+{
+    rz48::DiagCapture out;
+    panels.nextSave = path("cues.doc");
+    view->cueDocument()->menuFileSave();
+    EXPECT_EQ(alerts.messages, QStringList {QStringLiteral("select a file with .txt extension")});
+    EXPECT_TRUE(doc->isModified());
+
+    panels.nextSave = path("cues.txt");
+    view->cueDocument()->menuFileSave();
+    EXPECT_EQ(out.text(), "status: 1\n");
+    EXPECT_FALSE(doc->isModified());
+    QFile saved(path("cues.txt"));
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(saved.readAll()), doc->stringFromCueTable());
+    EXPECT_EQ(panels.suffixes.last(), QStringLiteral("txt"));
+
+    // A column sort changes what is written: the displayed order.
+    doc->tableView()->horizontalHeader()->setSortIndicator(CueArrayController::ColumnText, Qt::DescendingOrder);
+    QTest::mouseClick(doc->tableView()->horizontalHeader()->viewport(), Qt::LeftButton, {},
+                      QPoint(doc->tableView()->horizontalHeader()->sectionViewportPosition(CueArrayController::ColumnText) + 5, 5));
+    const QString arranged = doc->stringFromCueTable();
+    EXPECT_LT(arranged.indexOf(QStringLiteral("B2")), arranged.indexOf(QStringLiteral("A1")));
+
+    doc->releaseItems();
+    panels.nextOpen = path("cues.txt");
+    view->cueDocument()->menuFileOpen();
+    ASSERT_EQ(doc->collection().size(), 2);
+    EXPECT_EQ(doc->collection()[0].cueId, QStringLiteral("A1\t\t")); // the ID gains a TAB each time
+    EXPECT_EQ(doc->collection()[1].cueText, QStringLiteral("---"));
+    EXPECT_FALSE(doc->isModified());
+
+    QFile binary(path("binary.txt"));
+    ASSERT_TRUE(binary.open(QIODevice::WriteOnly));
+    binary.write("\xff\xfe\x00\x01 01:00:00:00", 16);
+    binary.close();
+    panels.nextOpen = path("binary.txt");
+    view->cueDocument()->menuFileOpen();
+    EXPECT_TRUE(alerts.messages.last().startsWith(QStringLiteral("cannot open")));
+    EXPECT_EQ(doc->collection().size(), 2);
+}
+
+TEST_F(CueWindowTest, UnsavedEditsAreOfferedBeforeQuitting)
+{
+    ASSERT_TRUE(doc->isModified());
+    alerts.answer = rz48::SaveChoice::Cancel;
+    EXPECT_FALSE(view->mayClose());
+    EXPECT_EQ(alerts.questions.size(), 1);
+    alerts.answer = rz48::SaveChoice::Save;
+    panels.nextSave = QString(); // the save panel is cancelled: stay open
+    EXPECT_FALSE(view->mayClose());
+    panels.nextSave = path("kept.txt");
+    {
+        rz48::DiagCapture out;
+        EXPECT_TRUE(view->mayClose());
+    }
+    EXPECT_TRUE(QFile::exists(path("kept.txt")));
+    EXPECT_TRUE(view->mayClose()); // nothing unsaved any more: no question
+    EXPECT_EQ(alerts.questions.size(), 3);
+}
+
+TEST_F(CueWindowTest, TypingInTheTable)
+{
+    CueArrayController* cues = doc->cueArrayController();
+    doc->onAddCue();
+    ASSERT_EQ(cues->rowCount(), 3);
+    EXPECT_EQ(cues->data(cues->index(2, CueArrayController::ColumnIn), Qt::DisplayRole).toString(), QStringLiteral("---"));
+    cues->setData(cues->index(2, CueArrayController::ColumnIn), QStringLiteral("1:2"), Qt::EditRole);
+    EXPECT_EQ(doc->collection()[2].cueIn, QStringLiteral("00000012"));
+    cues->setData(cues->index(2, CueArrayController::ColumnIn), QStringLiteral("00:30:00:00"), Qt::EditRole);
+    cues->setData(cues->index(2, CueArrayController::ColumnText), QStringLiteral("Early"), Qt::EditRole);
+    doc->OnSort();
+    EXPECT_EQ(doc->collection()[0].cueText, QStringLiteral("Early"));
+    doc->tableView()->selectRow(0);
+    doc->onRemoveCues();
+    EXPECT_EQ(doc->collection().size(), 2);
+    doc->onClearAll();
+    EXPECT_TRUE(doc->collection().isEmpty());
+}
+
+TEST_F(CueWindowTest, MidiExportImportAndPackingTest)
+{
+    rz48::DiagCapture out;
+    panels.nextSave = path("track"); // the extension is added
+    doc->onExportMidi();
+    ASSERT_TRUE(QFile::exists(path("track.mid")));
+    EXPECT_NE(out.text().find("MIDI offset: 23:59:58:00\n"), std::string::npos);
+    out.clear();
+    panels.nextOpen = path("track.mid");
+    doc->onImportMidi();
+    EXPECT_NE(out.text().find("midi rx: s Hello\n"), std::string::npos);
+    EXPECT_NE(out.text().find("smpte offset: 23:59:58:00:00 fps: 3\n"), std::string::npos);
+    out.clear();
+    doc->onButtonTest();
+    EXPECT_EQ(out.text(), "bytes: 256 encoded bytes: 293 decoded bytes: 256 equal: 1\n");
+    // An empty list exports nothing and asks for no file.
+    doc->onClearAll();
+    const qsizetype asked = panels.suffixes.size();
+    doc->onExportMidi();
+    EXPECT_EQ(panels.suffixes.size(), asked);
+}
+
+TEST_F(CueWindowTest, PasteAndFilesDroppedOnTheTable)
+{
+    QGuiApplication::clipboard()->setText(QStringLiteral("P1 03:00:00:00 pasted\nP2 03:00:01:00 too"));
+    doc->window()->findChild<QAction*>(QStringLiteral("menuEditPaste"))->trigger();
+    ASSERT_EQ(doc->collection().size(), 4);
+    EXPECT_EQ(doc->collection()[3].cueText, QStringLiteral("too"));
+
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(QStringLiteral(RZ48_TEST_DATA "/pdf/edicue.pdf"))});
+    QWidget* target = doc->tableView()->viewport();
+    QDropEvent copyOnly(QPointF(5, 5), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &copyOnly);
+    EXPECT_FALSE(copyOnly.isAccepted()); // the link operation is required
+    EXPECT_EQ(doc->collection().size(), 4);
+
+    QDragEnterEvent enter(QPoint(5, 5), Qt::LinkAction | Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    EXPECT_EQ(enter.dropAction(), Qt::LinkAction);
+    QDropEvent drop(QPointF(5, 5), Qt::LinkAction | Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    ASSERT_EQ(doc->collection().size(), 6);
+    EXPECT_EQ(doc->collection()[4].cueId, QStringLiteral("Cue 7"));
+
+    // Copied cues travel archived and as sheet lines; pasting them appends them again.
+    doc->tableView()->selectRow(0);
+    doc->window()->findChild<QAction*>(QStringLiteral("menuEditCopy"))->trigger();
+    const QMimeData* copied = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(copied, nullptr);
+    EXPECT_EQ(rz48::unarchiveCueItems(copied->data(QLatin1String(rz48::kCueItemsMimeType))), QList<CueItem> {doc->collection()[0]});
+    doc->paste();
+    ASSERT_EQ(doc->collection().size(), 7);
+    EXPECT_EQ(doc->collection()[6].cueText, doc->collection()[0].cueText);
+}
+
+} // namespace

@@ -1,0 +1,263 @@
+// The streamer and punch pages in the panel, against the emulated unit.
+#include "common/Diagnostics.h"
+#include "pages/DrawStreamerThread.h"
+#include "pages/DrawThread.h"
+#include "pages/MonitorView.h"
+#include "pages/PunchView.h"
+#include "support/PanelFixture.h"
+#include "widgets/ColorWell.h"
+#include "widgets/Stepper.h"
+
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSlider>
+#include <QTabWidget>
+#include <QTest>
+
+using namespace std::chrono_literals;
+using rz48test::PanelTest;
+using rz48test::waitUntil;
+
+namespace {
+
+class PagesTest : public PanelTest {
+protected:
+    void SetUp() override
+    {
+        PanelTest::SetUp();
+        startWithUnit();
+        window->resize(1280, 800);
+        window->show();
+        monitor = view->monitorView();
+        punch = view->punchView();
+    }
+    std::vector<std::string> commandsSince(size_t before)
+    {
+        const auto all = host.unit().commands();
+        return {all.begin() + long(before), all.end()};
+    }
+    QColor wellColor(const char* name) { return find<ColorWell>(name)->color(); }
+
+    MonitorView* monitor = nullptr;
+    PunchView* punch = nullptr;
+};
+
+TEST_F(PagesTest, StartUpReportsReachBothPages)
+{
+    // The unit's power-on "C" and "E" reports were applied.
+    EXPECT_EQ(find<QSlider>("sliderStreamerWidth")->value(), 40);
+    EXPECT_EQ(find<QLineEdit>("textStreamerDuration")->text(), QStringLiteral("2"));
+    EXPECT_EQ(find<QSlider>("sliderPunchSize")->value(), 8640 / 0x87);
+    EXPECT_EQ(find<QLineEdit>("textDurationFrames")->text(), QStringLiteral("5"));
+    EXPECT_EQ(find<QLineEdit>("textRepeatSeconds")->text(), QStringLiteral("1"));
+    EXPECT_TRUE(find<QCheckBox>("checkBoxPunchEnable")->isChecked());
+    EXPECT_EQ(punch->punchPoint(), QPointF(64 + 8 * 0x70, 1080 - (64 + 4 * 0x77)));
+    EXPECT_DOUBLE_EQ(monitor->offset(), 2.0);
+}
+
+TEST_F(PagesTest, SliderMovesSendOneCommandAfterTheyStop)
+{
+    auto* width = find<QSlider>("sliderStreamerWidth");
+    const size_t before = host.unit().commands().size();
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 1; i <= 5; ++i) {
+        width->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+        QTest::qWait(40);
+    }
+    const qint64 lastMove = timer.elapsed();
+    // The transmit is a queued call on this thread: keep its event loop running.
+    ASSERT_TRUE(waitUntil([&] { return host.unit().commands().size() > before; }));
+    const qint64 sent = timer.elapsed();
+    QTest::qWait(500);
+    EXPECT_EQ(commandsSince(before), (std::vector<std::string> {"C 0 2d 0 64 0 ff ff 0"}));
+    EXPECT_GE(sent - lastMove, 200); // nine loop periods after the last move
+}
+
+TEST_F(PagesTest, ColourChangeSendsAtOnceAndTriggers)
+{
+    const size_t before = host.unit().commands().size();
+    const size_t triggersBefore = host.unit().triggers().size();
+    find<ColorWell>("colorWellStreamer0")->chooseNamedColor(5); // red: green and blue off
+    ASSERT_TRUE(host.unit().waitForTriggers(triggersBefore + 1, 2s));
+    EXPECT_EQ(commandsSince(before), (std::vector<std::string> {"C 5 28 0 64 0 ff ff 0"}));
+    EXPECT_EQ(host.unit().triggers().back(), 0x7C);
+
+    find<ColorWell>("colorWellEndBar")->chooseNamedColor(7); // black; no trigger
+    ASSERT_TRUE(host.unit().waitForCommands(before + 2, 2s));
+    EXPECT_EQ(host.unit().commands().back(), "C 7005 28 0 64 0 ff ff 0");
+    find<QPushButton>("buttonAccum")->click();
+    ASSERT_TRUE(host.unit().waitForTriggers(triggersBefore + 2, 2s));
+    EXPECT_EQ(host.unit().triggers().back(), 0x77);
+}
+
+TEST_F(PagesTest, StreamerReportSetsEverythingAndSendsNothing)
+{
+    const size_t before = host.unit().commands().size();
+    const size_t triggersBefore = host.unit().triggers().size();
+    const int lines = view->linesProcessed();
+    host.inject("C 7fff 28 0 64 0 ff ff 0\r\n>");
+    ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() > lines; }));
+    for (const char* well : {"colorWellStreamer0", "colorWellStreamer1", "colorWellStreamer2", "colorWellStreamer3",
+                             "colorWellEndBar"})
+        EXPECT_EQ(wellColor(well), QColor(Qt::black)) << well;
+    EXPECT_EQ(find<QSlider>("sliderStreamerWidth")->value(), 40);
+    EXPECT_EQ(find<Stepper>("stepperStreamerDuration")->value(), 100);
+    EXPECT_EQ(find<QLineEdit>("textStreamerDuration")->text(), QStringLiteral("2"));
+    EXPECT_EQ(find<QSlider>("sliderStreamerTop")->value(), 255);
+    EXPECT_EQ(find<QSlider>("sliderStreamerBottom")->value(), 0);
+    QTest::qWait(500); // longer than the debounce
+    EXPECT_EQ(host.unit().commands().size(), before);
+    EXPECT_EQ(host.unit().triggers().size(), triggersBefore);
+}
+
+TEST_F(PagesTest, StreamerTextsAndHalfColours)
+{
+    rz48::DiagCapture out;
+    auto* duration = find<QLineEdit>("textStreamerDuration");
+    duration->setText(QStringLiteral("1.99"));
+    QTest::keyClick(duration, Qt::Key_Return);
+    EXPECT_EQ(find<Stepper>("stepperStreamerDuration")->value(), 99);
+    const size_t before = host.unit().commands().size();
+    find<ColorWell>("colorWellStreamer1")->setColor(QColor::fromRgbF(0.5, 0.5, 0.5));
+    find<ColorWell>("colorWellStreamer2")->setColor(QColor::fromRgbF(0.49f, 0.49f, 0.49f));
+    monitor->streamerTx();
+    ASSERT_TRUE(waitUntil([&] { return host.unit().commands().size() > before; }));
+    EXPECT_EQ(host.unit().commands()[before], "C 1c0 28 0 63 0 ff ff 0");
+    EXPECT_NE(out.text().find("streamerTx\n"), std::string::npos);
+}
+
+TEST_F(PagesTest, PunchControlsSendAtOnce)
+{
+    rz48::DiagCapture out;
+    // The example of the punch command: radius 64 at the centre.
+    host.inject("E 0 70 77 87 0 0 0 0\r\n>");
+    ASSERT_TRUE(waitUntil([&] { return find<QLineEdit>("textDurationFrames")->text() == QStringLiteral("0"); }));
+    expectSends([&] { auto* t = find<QLineEdit>("textDurationFrames"); t->setText(QStringLiteral("5")); QTest::keyClick(t, Qt::Key_Return); },
+                "E 0 70 77 87 5 0 0 0");
+    expectSends([&] { auto* t = find<QLineEdit>("textRepeatSeconds"); t->setText(QStringLiteral("1")); QTest::keyClick(t, Qt::Key_Return); },
+                "E 0 70 77 87 5 64 0 0");
+    for (const char* line : {"E 0 70 77 87 5 64 1 0", "E 0 70 77 87 5 64 2 0", "E 0 70 77 87 5 64 3 0"})
+        expectSends([&] { find<Stepper>("repeatCount")->upButton()->click(); }, line);
+    EXPECT_EQ(find<QLineEdit>("textRepeatCount")->text(), QStringLiteral("3"));
+    expectSends([&] { find<QCheckBox>("checkBoxPunchEnable")->click(); }, "E 0 70 77 87 5 64 3 1");
+    expectSends([&] { find<QCheckBox>("checkBoxRev0")->click(); }, "E 1000 70 77 87 5 64 3 1");
+    EXPECT_NE(out.text().find("onCheckBoxRev0: 1\n"), std::string::npos);
+    // Repeat seconds are truncated without a rounding term: 0.29 may become 28.
+    auto* seconds = find<QLineEdit>("textRepeatSeconds");
+    seconds->setText(QStringLiteral("0.29"));
+    QTest::keyClick(seconds, Qt::Key_Return);
+    EXPECT_EQ(find<Stepper>("repeatSeconds")->value(), 28);
+}
+
+TEST_F(PagesTest, MousePlacesThePunchWithYPointingUp)
+{
+    view->tabView()->setCurrentIndex(3);
+    QTest::qWait(50);
+    const int w = punch->width(), h = punch->height();
+    ASSERT_GT(w, 100);
+    const int images = punch->imagesReceived();
+    QTest::mouseClick(punch, Qt::LeftButton, {}, QPoint(w / 4, h / 4));
+    const QPointF p = punch->punchPoint();
+    EXPECT_NEAR(p.x(), 480, 1920.0 / w);
+    EXPECT_NEAR(p.y(), 810, 1080.0 / h); // upper quarter of the view: high in the picture
+    ASSERT_TRUE(waitUntil([&] { return punch->imagesReceived() > images; }));
+    // The disc is drawn in the upper left quarter of the picture.
+    EXPECT_EQ(punch->image().pixel(int(p.x()), 1080 - int(p.y())), qRgb(255, 255, 255));
+    EXPECT_EQ(punch->image().pixel(int(p.x()), int(p.y())), qRgb(0, 0, 0));
+
+    QTest::mouseClick(punch, Qt::LeftButton, {}, QPoint(w / 2, h / 2));
+    EXPECT_NEAR(punch->punchPoint().x(), 960, 1920.0 / w);
+    EXPECT_NEAR(punch->punchPoint().y(), 540, 1080.0 / h);
+}
+
+TEST_F(PagesTest, CornerClickIsClampedAndSentOnceWithItsTrigger)
+{
+    view->tabView()->setCurrentIndex(3);
+    QTest::qWait(50);
+    const size_t before = host.unit().commands().size();
+    const size_t triggersBefore = host.unit().triggers().size();
+    find<QSlider>("sliderPunchSize")->setValue(64); // a move of its own, debounced with the click
+    QTest::mouseClick(punch, Qt::LeftButton, {}, QPoint(1, punch->height() - 1));
+    EXPECT_EQ(punch->punchPoint(), QPointF(64, 64));
+    ASSERT_TRUE(waitUntil([&] { return host.unit().triggers().size() > triggersBefore; }));
+    EXPECT_EQ(host.unit().triggers().back(), 0x78);
+    const auto sent = commandsSince(before);
+    ASSERT_EQ(sent.size(), 1u);
+    EXPECT_EQ(sent.front().substr(0, 14), "E 0 0 ee 87 5 ");
+}
+
+TEST_F(PagesTest, DragOutsideTheViewIsIgnored)
+{
+    view->tabView()->setCurrentIndex(3);
+    QTest::qWait(50);
+    QTest::mousePress(punch, Qt::LeftButton, {}, QPoint(10, 10));
+    const QPointF inside = punch->punchPoint();
+    QMouseEvent outside(QEvent::MouseMove, QPointF(punch->width() + 20, 10), punch->mapToGlobal(QPointF(punch->width() + 20, 10)),
+                        Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(punch, &outside);
+    EXPECT_EQ(punch->punchPoint(), inside);
+    QMouseEvent back(QEvent::MouseMove, QPointF(punch->width() / 2.0, punch->height() / 2.0),
+                     punch->mapToGlobal(QPointF(punch->width() / 2.0, punch->height() / 2.0)), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(punch, &back);
+    EXPECT_NEAR(punch->punchPoint().x(), 960, 10);
+    QTest::mouseRelease(punch, Qt::LeftButton, {}, QPoint(punch->width() / 2, punch->height() / 2));
+}
+
+TEST_F(PagesTest, ReciprocalSizeRoundTrips)
+{
+    auto* size = find<QSlider>("sliderPunchSize");
+    for (const auto& [radius, back] : {std::pair{20, 33}, {95, 96}, {300, 308}}) {
+        const int lines = view->linesProcessed();
+        size->setValue(radius); // debounced: sent after the slider rests
+        ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() > lines && size->value() != radius; }, 3000)) << radius;
+        EXPECT_EQ(size->value(), back);
+    }
+}
+
+TEST_F(PagesTest, PunchReportGuardsAndPrintsTraces)
+{
+    rz48::DiagCapture out;
+    auto* size = find<QSlider>("sliderPunchSize");
+    const int before = size->value();
+    punch->fromString(QStringLiteral("E 0 70 77 0")); // a size of 0 keeps the radius
+    EXPECT_EQ(size->value(), before);
+    // Y far below the picture wraps round to a huge y, which the clamp brings back inside.
+    punch->fromString(QStringLiteral("E 0 0 ffff 87"));
+    EXPECT_EQ(punch->punchPoint().y(), 1080.0 - 64);
+    punch->fromString(QStringLiteral("E"));
+    punch->setComThread(nullptr);
+    punch->punchTx();
+    monitor->setComThread(nullptr);
+    monitor->onButtonStreamer(0); // no link: nothing
+    EXPECT_NE(out.text().find("punchTx\n"), std::string::npos);
+}
+
+TEST_F(PagesTest, ClosingTheWindowStopsBothWorkers)
+{
+    rz48::DiagCapture out;
+    window->close();
+    EXPECT_FALSE(monitor->thread()->isRunning());
+    EXPECT_FALSE(punch->thread()->isRunning());
+    EXPECT_NE(out.text().find("DrawThread run() complete\n"), std::string::npos);
+}
+
+} // namespace
+
+namespace {
+
+TEST(PagesWithoutWorkers, SetDrawSaysSo)
+{
+    rz48::DiagCapture out;
+    MonitorView monitor;
+    PunchView punch;
+    monitor.setDraw(1);
+    punch.setDraw(1);
+    monitor.streamerTx(); // no link: only the trace
+    EXPECT_EQ(out.text(), "MonitorView thread is nilPunchView thread is nil!\nstreamerTx\n");
+}
+
+} // namespace
