@@ -148,15 +148,12 @@ void AnnunciatorView::awakeFromNib()
 {
     skipEcho = false;
     dragItem = None;
-    backColor = Qt::black;
-    foreColor = Qt::white;
-    frameColor = QColor::fromRgbF(0.5f, 0.5f, 0.5f);
     startWorker(std::make_unique<DrawAnnunciatorThread>());
 }
 
 void AnnunciatorView::updatePicture()
 {
-    thread()->setPicture({annunciatorPoint, tcPoint, textPoint, backColor, foreColor, frameColor});
+    thread()->setPicture({annunciatorPoint, tcPoint, textPoint});
 }
 
 QRectF AnnunciatorView::annunciatorRect() const { return thread() ? thread()->annunciatorRect() : QRectF(); }
@@ -242,27 +239,35 @@ void AnnunciatorView::fromString(const QString& line)
     setDraw(RedrawOnly);
 }
 
+std::optional<int64_t> AnnunciatorView::boxFromString(const QString& line, QPointF& point, QComboBox* fore, QComboBox* back,
+                                                     FieldStepper* size, int sizeMask, void (DrawAnnunciatorThread::*apply)(int))
+{
+    const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
+    const size_t n = f.size();
+    if (n >= 4) {
+        selectQuietly(fore, overlay::pairText(uint32_t(f[3])));
+        selectQuietly(back, overlay::pairBox(uint32_t(f[3])));
+    }
+    if (n >= 3) // deliberately the timecode box's height for the text box too
+        point.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
+    if (n >= 2)
+        point.setX(double(f[1]) * 8);
+    if (n == 0)
+        return std::nullopt;
+    const int number = int(f[0] & sizeMask);
+    size->setQuietly(number);
+    if (thread())
+        (thread()->*apply)(number);
+    return f[0];
+}
+
 void AnnunciatorView::tcFromString(const QString& line)
 {
     if (!passesEchoTest())
         return;
-    const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
-    const size_t n = f.size();
-    if (n >= 4) {
-        selectQuietly(comboBoxTcForeground, overlay::pairText(uint32_t(f[3])));
-        selectQuietly(comboBoxTcBackground, overlay::pairBox(uint32_t(f[3])));
-    }
-    if (n >= 3)
-        tcPoint.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
-    if (n >= 2)
-        tcPoint.setX(double(f[1]) * 8);
-    if (n >= 1) {
-        const int size = int(f[0] & 7);
-        tcSize_->setQuietly(size);
-        if (thread())
-            thread()->setTcSize(size);
-        setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked((f[0] & 0x80) != 0); });
-    }
+    if (const std::optional<int64_t> first = boxFromString(line, tcPoint, comboBoxTcForeground, comboBoxTcBackground, tcSize_,
+                                                           7, &DrawAnnunciatorThread::setTcSize))
+        setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked((*first & 0x80) != 0); });
     setDraw(RedrawOnly);
 }
 
@@ -270,22 +275,7 @@ void AnnunciatorView::textParamsFromString(const QString& line)
 {
     if (!passesEchoTest())
         return;
-    const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
-    const size_t n = f.size();
-    if (n >= 4) {
-        selectQuietly(comboBoxTextForeground, overlay::pairText(uint32_t(f[3])));
-        selectQuietly(comboBoxTextBackground, overlay::pairBox(uint32_t(f[3])));
-    }
-    if (n >= 3) // deliberately the timecode box's height, not the text box's
-        textPoint.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
-    if (n >= 2)
-        textPoint.setX(double(f[1]) * 8);
-    if (n >= 1) {
-        const int size = int(f[0] & 3);
-        textSize_->setQuietly(size);
-        if (thread())
-            thread()->setTextSize(size);
-    }
+    boxFromString(line, textPoint, comboBoxTextForeground, comboBoxTextBackground, textSize_, 3, &DrawAnnunciatorThread::setTextSize);
     setDraw(RedrawOnly);
 }
 

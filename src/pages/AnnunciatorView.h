@@ -11,6 +11,8 @@
 #include <QPointF>
 #include <QRectF>
 
+#include <optional>
+
 class FieldStepper;
 class QCheckBox;
 class QComboBox;
@@ -65,9 +67,6 @@ public:
     QPointF annunciatorPoint;
     QPointF tcPoint;
     QPointF textPoint;
-    QColor backColor = Qt::black;
-    QColor foreColor = Qt::white;
-    QColor frameColor = QColor::fromRgbF(0.5f, 0.5f, 0.5f);
 
     // One for the whole program: set by each "U", "m" or "r" sent, cleared by
     // (and dropping) the next "U", "m" or "r" report.
@@ -90,6 +89,11 @@ private:
                             void (DrawAnnunciatorThread::*apply)(int), void (AnnunciatorView::*sendIt)());
     // Drops an echo of what the page just sent; true when the line is to be read.
     bool passesEchoTest();
+    // What an "m" or "r" report says of its box: the colour pair, y and x of
+    // `point`, then the size number (the first field, masked); that first
+    // field, when the report has one.
+    std::optional<int64_t> boxFromString(const QString& line, QPointF& point, QComboBox* fore, QComboBox* back,
+                                         FieldStepper* size, int sizeMask, void (DrawAnnunciatorThread::*apply)(int));
     void placeBox(int item, const QPointF& mouse);
     QRectF annunciatorRect() const;
     QRectF tcRect() const;

@@ -10,15 +10,12 @@
 
 namespace {
 
-PreviewWorker::Traits overlayTraits()
-{
-    PreviewWorker::Traits traits;
-    traits.name = "overlay preview";
-    traits.transmitFor = {nullptr, "threadNeedsTx", nullptr, "threadNeedsTxTc", "threadNeedsTxText"};
-    traits.everyKindCounts = true;
-    traits.abortTestedAtTop = true;
-    return traits;
-}
+const PreviewWorker::Traits kOverlayTraits {
+    .name = "overlay preview",
+    .transmitFor = {nullptr, "threadNeedsTx", nullptr, "threadNeedsTxTc", "threadNeedsTxText"},
+    .everyKindCounts = true,
+    .abortTestedAtTop = true,
+};
 
 constexpr std::array<int, 3> kAnnunciatorSizes = {24, 36, 48};
 constexpr std::array<int, 5> kTcSizes = {16, 24, 36, 48, 64};
@@ -69,7 +66,7 @@ DrawAnnunciatorThread::DrawAnnunciatorThread()
 }
 
 DrawAnnunciatorThread::DrawAnnunciatorThread(std::shared_ptr<Boxes> boxes)
-    : PreviewOf(overlayTraits(), [boxes](const OverlayPicture& picture) { return render(picture, *boxes); })
+    : PreviewOf(kOverlayTraits, [boxes](const OverlayPicture& picture) { return render(picture, *boxes); })
     , boxes_(std::move(boxes))
 {
 }

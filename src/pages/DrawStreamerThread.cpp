@@ -4,19 +4,8 @@
 
 #include <QPainter>
 
-namespace {
-
-PreviewWorker::Traits streamerTraits()
-{
-    PreviewWorker::Traits traits;
-    traits.name = "streamer preview";
-    return traits;
-}
-
-} // namespace
-
 DrawStreamerThread::DrawStreamerThread()
-    : PreviewOf(streamerTraits(), &DrawStreamerThread::render)
+    : PreviewOf({.name = "streamer preview"}, &DrawStreamerThread::render)
 {
 }
 

@@ -5,20 +5,8 @@
 #include <QPainter>
 #include <QPainterPath>
 
-namespace {
-
-PreviewWorker::Traits punchTraits()
-{
-    PreviewWorker::Traits traits;
-    traits.name = "punch preview";
-    traits.completionLine = "DrawThread run() complete";
-    return traits;
-}
-
-} // namespace
-
 DrawThread::DrawThread()
-    : PreviewOf(punchTraits(), &DrawThread::render)
+    : PreviewOf({.name = "punch preview", .completionLine = "DrawThread run() complete"}, &DrawThread::render)
 {
 }
 

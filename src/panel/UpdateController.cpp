@@ -53,11 +53,11 @@ QWidget* UpdateController::makeTab()
     return update;
 }
 
-void UpdateController::setUp(ComThread* link, LoaderSource loader, std::function<void()> showTab,
+void UpdateController::setUp(ComThread* link, const LinkOptions& options, std::function<void()> showTab,
                              std::function<void()> makeRoom)
 {
     comThread_ = link;
-    loader_ = std::move(loader);
+    options_ = options;
     showTab_ = std::move(showTab);
     makeRoom_ = std::move(makeRoom);
 }
@@ -155,10 +155,10 @@ QByteArray UpdateController::loaderForUpdate()
 {
     QString error;
     QByteArray loader;
-    if (loader_.simulatedUnit && loader_.path.isEmpty()) {
-        loader = loader_.simulated;
+    if (options_.simulated && options_.loaderPath.isEmpty()) {
+        loader = options_.simulatedLoader;
     } else {
-        const QStringList paths = loader_.path.isEmpty() ? rz48::update::defaultLoaderPaths() : QStringList {loader_.path};
+        const QStringList paths = options_.loaderPath.isEmpty() ? rz48::update::defaultLoaderPaths() : QStringList {options_.loaderPath};
         QStringList reasons;
         for (const QString& path : paths) {
             loader = rz48::update::readLoaderImage(path, &error);
@@ -179,7 +179,7 @@ QByteArray UpdateController::loaderForUpdate()
                         tr("The loader image has %1 bytes; it must have %2.").arg(loader.size()).arg(rz48::update::kLoaderSize));
         return {};
     }
-    if (rz48::update::isTestLoader(loader) && !loader_.simulatedUnit) {
+    if (rz48::update::isTestLoader(loader) && !options_.simulated) {
         rz48::showAlert(tr("That loader image is the emulated unit's test loader."),
                         tr("It would leave a real unit without a working program; nothing was sent."));
         return {};

@@ -3,6 +3,7 @@
 // their progress (and the cue transfer's). Owns both update workers, reads
 // the unit's version and settings block ("k" and "j" reports) that a
 // microcontroller update keeps, and the cue transfer's "f" and "h" reports.
+#include "panel/LinkOptions.h"
 #include "update/Progress.h"
 
 #include <QObject>
@@ -21,14 +22,6 @@ class QProgressBar;
 class QWidget;
 class ReportRouter;
 
-// Where the microcontroller loader image comes from: a file named on the
-// command line, the default places, or the built-in emulated unit's own.
-struct LoaderSource {
-    QString path;
-    QByteArray simulated;
-    bool simulatedUnit = false;
-};
-
 class UpdateController : public QObject {
     Q_OBJECT
 public:
@@ -39,7 +32,7 @@ public:
     QWidget* makeTab();
     void registerReports(ReportRouter& router);
     // `showTab` brings the Update tab forward; `makeRoom` moves other windows aside.
-    void setUp(ComThread* link, LoaderSource loader, std::function<void()> showTab, std::function<void()> makeRoom);
+    void setUp(ComThread* link, const LinkOptions& options, std::function<void()> showTab, std::function<void()> makeRoom);
     // The window is closing: a running update ends first ("operation aborted, ...").
     void stop();
 
@@ -69,7 +62,7 @@ private:
     std::unique_ptr<MicroUpdateThread> micro_;
     std::unique_ptr<FirmwareUpdateThread> firmware_;
     ComThread* comThread_ = nullptr;
-    LoaderSource loader_;
+    LinkOptions options_;
     std::function<void()> showTab_;
     std::function<void()> makeRoom_;
     uint32_t progress_downcount = 0;

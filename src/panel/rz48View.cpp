@@ -138,7 +138,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     if (options.driverCheck)
         comThread_->setDriverCheck(options.driverCheck);
     updates_->setUp(
-        comThread_.get(), {options.loaderPath, options.simulatedLoader, options.simulated},
+        comThread_.get(), options,
         [this] { tabViewRz48->setCurrentIndex(kUpdateTab); },
         [this] {
             if (cueDocument_ && cueDocument_->window())

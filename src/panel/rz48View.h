@@ -5,11 +5,11 @@
 // sends anything back). The main tab, the pages, the update controller and
 // the cue document each own their controls, reports and commands.
 #include "link/MsgClass.h"
+#include "panel/LinkOptions.h"
 
 #include <QElapsedTimer>
 #include <QWidget>
 
-#include <functional>
 #include <memory>
 
 class AnnunciatorView;
@@ -22,18 +22,6 @@ class QTabWidget;
 class QTimer;
 class ReportRouter;
 class UpdateController;
-
-// Where the link looks for the unit.
-struct LinkOptions {
-    QString searchDirectory;   // empty: the default ("/dev")
-    QString explicitPort;      // set: only this port is probed
-    std::function<bool()> driverCheck; // set: replaces the platform's USB serial driver check
-    // The microcontroller loader image: read from this file when set, else
-    // from the default places; a built-in emulated unit hands its own.
-    QString loaderPath;
-    QByteArray simulatedLoader;
-    bool simulated = false;
-};
 
 class rz48View : public QWidget {
     Q_OBJECT

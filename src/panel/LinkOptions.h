@@ -1,0 +1,19 @@
+#pragma once
+// How the panel finds its unit, and where a microcontroller update's loader
+// image comes from.
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+// Where the link looks for the unit.
+struct LinkOptions {
+    QString searchDirectory;   // empty: the default ("/dev")
+    QString explicitPort;      // set: only this port is probed
+    std::function<bool()> driverCheck; // set: replaces the platform's USB serial driver check
+    // The microcontroller loader image: read from this file when set, else
+    // from the default places; a built-in emulated unit hands its own.
+    QString loaderPath;
+    QByteArray simulatedLoader;
+    bool simulated = false;
+};
