@@ -1,5 +1,6 @@
 #include "pages/AnnunciatorView.h"
 
+#include "codecs/ReportRouter.h"
 #include "codecs/OverlayCodec.h"
 #include "common/Picture.h"
 #include "widgets/FieldStepper.h"
@@ -142,6 +143,16 @@ void AnnunciatorView::buildControls()
     connect(comboBoxTextBackground, &QComboBox::activated, this, &AnnunciatorView::sendTextParams);
     connect(showSampleText, &QPushButton::clicked, this, &AnnunciatorView::onShowSampleText);
     connect(clearSampleText, &QPushButton::clicked, this, &AnnunciatorView::onClearSampleText);
+}
+
+void AnnunciatorView::registerReports(ReportRouter& router)
+{
+    using Fields = ReportRouter::Fields;
+    router.on({'U'}, [this](const QString& line, Fields&) { fromString(line); });
+    router.on({'m'}, [this](const QString& line, Fields&) { tcFromString(line); });
+    router.on({'n'}, [this](const QString& line, Fields&) { comFromString(line); });
+    router.on({'r'}, [this](const QString& line, Fields&) { textParamsFromString(line); });
+    router.on({'t'}, [this](const QString& line, Fields&) { annunciatorColorsFromString(line); });
 }
 
 void AnnunciatorView::awakeFromNib()

@@ -25,6 +25,7 @@ public:
     explicit AnnunciatorView(QWidget* parent = nullptr);
 
     void awakeFromNib();
+    void registerReports(ReportRouter& router) override;
     DrawAnnunciatorThread* thread() const { return static_cast<DrawAnnunciatorThread*>(worker()); }
 
     // Reports.

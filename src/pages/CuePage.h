@@ -11,6 +11,7 @@
 #include <memory>
 
 class ComThread;
+class ReportRouter;
 
 class CuePage : public PreviewView {
     Q_OBJECT
@@ -20,6 +21,8 @@ public:
     // The page's controls, laid out beside the preview by the window.
     QWidget* controls() const { return controls_; }
     void setComThread(ComThread* link) { comThread_ = link; }
+    // The report letters the page owns.
+    virtual void registerReports(ReportRouter& router) = 0;
     ComThread* comThread() const { return comThread_; }
     // Hands the page's picture to its worker, then the draw request.
     void setDraw(int request);

@@ -1,5 +1,6 @@
 #include "pages/MonitorView.h"
 
+#include "codecs/ReportRouter.h"
 #include "common/Diagnostics.h"
 #include "common/TextValue.h"
 #include "widgets/ColorWell.h"
@@ -80,6 +81,11 @@ void MonitorView::buildControls()
     connect(accum, &QPushButton::clicked, this, &MonitorView::onButtonAccum);
 }
 
+void MonitorView::registerReports(ReportRouter& router)
+{
+    router.on({'C'}, [this](const QString& line, ReportRouter::Fields&) { fromString(line); });
+}
+
 void MonitorView::awakeFromNib()
 {
     backColor = Qt::black;
@@ -136,6 +142,7 @@ void MonitorView::fromString(const QString& line)
         colorWellStreamer[i]->setColor(colorOf(s.colors[i]));
     colorWellEndBar->setColor(colorOf(s.colors[4]));
     setDraw(2);
+    emit durationReported(offset());
 }
 
 double MonitorView::offset() const

@@ -18,6 +18,7 @@ public:
     explicit MonitorView(QWidget* parent = nullptr);
 
     void awakeFromNib();
+    void registerReports(ReportRouter& router) override;
     // Applies one "C" report line.
     void fromString(const QString& line);
     // The streamer duration in seconds, as its text field shows it.
@@ -35,6 +36,10 @@ public:
     void onButtonAccum() { trigger(0x77); }
 
     QColor backColor = Qt::black;
+
+signals:
+    // A "C" report set the streamer duration, in seconds as the field shows it.
+    void durationReported(double seconds);
 
 protected:
     void updatePicture() override;

@@ -1,5 +1,6 @@
 #include "pages/PunchView.h"
 
+#include "codecs/ReportRouter.h"
 #include "common/Diagnostics.h"
 #include "common/Picture.h"
 #include "common/TextValue.h"
@@ -68,6 +69,11 @@ void PunchView::buildControls()
         connect(enables_[i], &QCheckBox::toggled, this, &PunchView::punchTx);
     }
     connect(sliderPunchSize, &QSlider::valueChanged, this, [this] { setDraw(1); });
+}
+
+void PunchView::registerReports(ReportRouter& router)
+{
+    router.on({'E'}, [this](const QString& line, ReportRouter::Fields&) { fromString(line); });
 }
 
 void PunchView::awakeFromNib()

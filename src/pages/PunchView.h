@@ -21,6 +21,7 @@ public:
     explicit PunchView(QWidget* parent = nullptr);
 
     void awakeFromNib();
+    void registerReports(ReportRouter& router) override;
     void fromString(const QString& line);
 
     Q_INVOKABLE void threadNeedsTx();

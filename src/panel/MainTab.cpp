@@ -5,7 +5,7 @@
 #include "common/Diagnostics.h"
 #include "link/ComThread.h"
 #include "link/MsgClass.h"
-#include "panel/ReportRouter.h"
+#include "codecs/ReportRouter.h"
 #include "widgets/FieldStepper.h"
 #include "widgets/RadioMatrix.h"
 #include "widgets/WidgetFactory.h"

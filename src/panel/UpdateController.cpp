@@ -6,7 +6,7 @@
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
 #include "link/ComThread.h"
-#include "panel/ReportRouter.h"
+#include "codecs/ReportRouter.h"
 #include "update/FirmwareUpdateThread.h"
 #include "update/MicroUpdateThread.h"
 #include "update/SRecord.h"

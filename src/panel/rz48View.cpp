@@ -8,7 +8,7 @@
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
 #include "panel/MainTab.h"
-#include "panel/ReportRouter.h"
+#include "codecs/ReportRouter.h"
 #include "panel/UpdateController.h"
 #include "widgets/WindowClose.h"
 
@@ -90,17 +90,13 @@ void rz48View::registerReports()
     r.on({'B', 'V', 's'}, nullptr);
     mainTab_->registerReports(r);
     updates_->registerReports(r);
-    r.on({'C'}, [this](const QString& line, ReportRouter::Fields&) {
-        monitorView_->fromString(line);
+    for (CuePage* page : std::initializer_list<CuePage*> {monitorView_, punchView_, annunciatorView_})
+        page->registerReports(r);
+    // The cue document follows the streamer duration (its offset).
+    connect(monitorView_, &MonitorView::durationReported, this, [this](double seconds) {
         if (cueDocument_)
-            cueDocument_->setOffset(-monitorView_->offset());
+            cueDocument_->setOffset(-seconds);
     });
-    r.on({'E'}, [this](const QString& line, ReportRouter::Fields&) { punchView_->fromString(line); });
-    r.on({'U'}, [this](const QString& line, ReportRouter::Fields&) { annunciatorView_->fromString(line); });
-    r.on({'m'}, [this](const QString& line, ReportRouter::Fields&) { annunciatorView_->tcFromString(line); });
-    r.on({'n'}, [this](const QString& line, ReportRouter::Fields&) { annunciatorView_->comFromString(line); });
-    r.on({'r'}, [this](const QString& line, ReportRouter::Fields&) { annunciatorView_->textParamsFromString(line); });
-    r.on({'t'}, [this](const QString& line, ReportRouter::Fields&) { annunciatorView_->annunciatorColorsFromString(line); });
 }
 
 // ---------------------------------------------------------------- start-up

@@ -1,4 +1,4 @@
-#include "panel/ReportRouter.h"
+#include "codecs/ReportRouter.h"
 
 #include "codecs/ReportScanner.h"
 #include "common/Diagnostics.h"
