@@ -31,43 +31,42 @@ void onSignal(int)
 } // namespace
 
 // --list-ports: every candidate port and what was found on it, for support
-// calls. Needs no display.
-int listPorts(int argc, char** argv)
+// calls. Exit status 0 when a unit answered, 3 when none did.
+int listPorts(const QString& directory, const QString& explicitPort)
 {
-    QCoreApplication app(argc, argv);
-    QCommandLineParser parser;
-    const QCommandLineOption list(QStringLiteral("list-ports"));
-    const QCommandLineOption port(QStringLiteral("port"), QString(), QStringLiteral("path"));
-    const QCommandLineOption devDir(QStringLiteral("dev-dir"), QString(), QStringLiteral("directory"));
-    parser.addOptions({list, port, devDir});
-    parser.parse(app.arguments());
     ComThread link;
     link.setDriverCheck([] { return true; });
-    if (parser.isSet(devDir))
-        link.setSearchDirectory(parser.value(devDir));
-    if (parser.isSet(port))
-        link.setExplicitPort(parser.value(port));
-    for (const QString& line : link.listPorts())
+    if (!directory.isEmpty())
+        link.setSearchDirectory(directory);
+    if (!explicitPort.isEmpty())
+        link.setExplicitPort(explicitPort);
+    bool found = false;
+    for (const QString& line : link.listPorts()) {
         std::printf("%s\n", qPrintable(line));
-    return 0;
+        found = found || line.endsWith(QLatin1String("answered the probe: an RZ-48"));
+    }
+    return found ? 0 : 3;
+}
+
+int usageError(const QString& message)
+{
+    std::fprintf(stderr, "rz48panel: %s (rz48panel --help lists the options)\n", qPrintable(message));
+    return 2;
 }
 
 int main(int argc, char** argv)
 {
-    for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "--list-ports") == 0)
-            return listPorts(argc, argv);
-
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("rz48panel"));
-    QApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
+    QCoreApplication::setApplicationName(QStringLiteral("rz48panel"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Control panel for the RZ-48 video overlay unit.\n"
         "Finds the unit on a USB serial port (entries of /dev whose names contain\n"
         "tty.usbserial or ttyUSB), reads all of its settings, shows them as controls\n"
-        "and writes every change back to the unit at once."));
+        "and writes every change back to the unit at once.\n"
+        "Exit status: 0 done, 1 the emulated unit or a screenshot failed, 2 wrong usage,\n"
+        "3 (--list-ports) no unit answered."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption simulate(QStringLiteral("simulate"),
@@ -92,7 +91,30 @@ int main(int argc, char** argv)
                                   QStringLiteral("List the candidate serial ports and what was found on each (opened or why "
                                                  "not, answered the probe or not), then quit. Needs no display."));
     parser.addOptions({simulate, port, devDir, screenshot, tab, loader, list});
-    parser.process(app);
+    // The command line is read before any window system is asked for, so
+    // that help, version, the port listing and usage errors need no display.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    if (!parser.parse(arguments))
+        return usageError(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        return usageError(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
+    bool tabOk = true;
+    const int tabIndex = parser.isSet(tab) ? parser.value(tab).toInt(&tabOk) : 0;
+    if (!tabOk || tabIndex < 0 || tabIndex > 4)
+        return usageError(QStringLiteral("--tab takes 0 to 4"));
+    const bool windowless = parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("version")) || parser.isSet(list);
+    const std::unique_ptr<QCoreApplication> application = windowless
+        ? std::make_unique<QCoreApplication>(argc, argv)
+        : std::make_unique<QApplication>(argc, argv);
+    QCoreApplication& app = *application;
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
+    if (parser.isSet(list))
+        return listPorts(parser.value(devDir), parser.value(port));
 
     RZ48AppDelegate delegate;
     QApplication::setQuitOnLastWindowClosed(delegate.applicationShouldTerminateAfterLastWindowClosed());
@@ -133,7 +155,7 @@ int main(int argc, char** argv)
     // Asked before anything else sees the close: unsaved cue list edits.
     guardWindowClose(&window, [&window] { return window.view()->mayClose(); });
     if (parser.isSet(tab))
-        window.view()->tabView()->setCurrentIndex(parser.value(tab).toInt());
+        window.view()->tabView()->setCurrentIndex(tabIndex);
     delegate.applicationDidFinishLaunching();
 
     std::signal(SIGINT, onSignal);

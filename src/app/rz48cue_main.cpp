@@ -79,7 +79,12 @@ int main(int argc, char** argv)
     parser.addOptions({tctype, start, offset});
     for (const Flag* f : {&text, &cueId, &pulldown, &duplicate, &midnight})
         parser.addOptions({f->on, f->off});
-    parser.process(app);
+    if (!parser.parse(app.arguments()))
+        return fail(parser.errorText() + QStringLiteral(" (rz48cue --help lists the options)"), 2);
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
 
     const QStringList args = parser.positionalArguments();
     if (args.size() == 2 && args[0] == QLatin1String("dump"))

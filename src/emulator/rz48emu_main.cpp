@@ -36,8 +36,11 @@ void usage(FILE* out)
         "  --garbage        answer with garbage bytes\n"
         "  --sysex          start every answer with a system-exclusive message\n"
         "  --bad-pairs N    end every cue transfer with \"h N\" (N pairs failed)\n"
-        "  --version TEXT   firmware version in the \"k\" report (default 3.32.6)\n"
-        "  --help           this text\n",
+        "  --firmware TEXT  firmware version in the \"k\" report (default 3.32.6)\n"
+        "  --version        the program's version\n"
+        "  --help           this text\n"
+        "\n"
+        "Exit status: 0 stopped by a signal, 1 the pseudo-terminal could not be made, 2 wrong usage.\n",
         out);
 }
 
@@ -64,6 +67,16 @@ int main(int argc, char** argv)
             }
             return argv[++i];
         };
+        auto number = [&]() -> int {
+            const std::string text = value();
+            char* end = nullptr;
+            const long n = std::strtol(text.c_str(), &end, 10);
+            if (text.empty() || *end != 0 || n < 0 || n > 1000000) {
+                std::fprintf(stderr, "rz48-emu: %s takes a whole number, not \"%s\"\n", arg.c_str(), text.c_str());
+                std::exit(2);
+            }
+            return int(n);
+        };
         if (arg == "--dir")
             dir = value();
         else if (arg == "--name")
@@ -71,9 +84,9 @@ int main(int argc, char** argv)
         else if (arg == "--pace")
             host.setPacing(38400);
         else if (arg == "--late")
-            host.setAnswerDelay(std::chrono::milliseconds(std::atoi(value().c_str())));
+            host.setAnswerDelay(std::chrono::milliseconds(number()));
         else if (arg == "--probe-on")
-            host.unit().setProbeAnswerOn(std::atoi(value().c_str()));
+            host.unit().setProbeAnswerOn(number());
         else if (arg == "--silent")
             host.unit().setSilent(true);
         else if (arg == "--garbage")
@@ -81,9 +94,13 @@ int main(int argc, char** argv)
         else if (arg == "--sysex")
             host.unit().setSysExPrefix(true);
         else if (arg == "--bad-pairs")
-            host.unit().setBadPairs(std::atoi(value().c_str()));
-        else if (arg == "--version")
+            host.unit().setBadPairs(number());
+        else if (arg == "--firmware")
             host.unit().setVersion(value());
+        else if (arg == "--version") {
+            std::printf("rz48-emu %s\n", RZ48_VERSION);
+            return 0;
+        }
         else if (arg == "--help" || arg == "-h") {
             usage(stdout);
             return 0;

@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Every program's command line, with no display: --help and --version print
+# and exit 0; a usage error says so on standard error and exits 2.
+set -u
+panel="$1"; cue="$2"; emu="$3"
+fail=0
+run() { env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$@" >"$out" 2>"$err"; }
+out=$(mktemp); err=$(mktemp)
+trap 'rm -f "$out" "$err"' EXIT
+expect() { # status, what it is about, command...
+  local want="$1" what="$2"; shift 2
+  run "$@"; local got=$?
+  [ "$got" -eq "$want" ] || { echo "$what: exit $got, not $want: $(head -c 300 "$err")"; fail=1; }
+}
+for program in "$panel" "$cue" "$emu"; do
+  name=$(basename "$program")
+  expect 0 "$name --help" "$program" --help
+  grep -q "^Usage: " "$out" || { echo "$name --help printed no usage"; fail=1; }
+  expect 0 "$name --version" "$program" --version
+  grep -qx "$name 0\.[0-9.]*" "$out" || { echo "$name --version printed: $(cat "$out")"; fail=1; }
+  expect 2 "$name --no-such-option" "$program" --no-such-option
+  [ -s "$err" ] || { echo "$name: a usage error printed nothing on standard error"; fail=1; }
+done
+expect 2 "rz48panel with a stray argument" "$panel" stray
+expect 2 "rz48panel --tab 9" "$panel" --tab 9
+expect 2 "rz48cue with no command" "$cue"
+expect 2 "rz48-emu --late soon" "$emu" --late soon
+exit $fail
