@@ -2,7 +2,6 @@
 
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
-#include "common/WorkerCallback.h"
 #include "link/SerialPort.h"
 
 #include <QFileInfo>
@@ -48,8 +47,17 @@ ComThread::ComThread()
 ComThread::~ComThread()
 {
     stopThread();
-    if (fd_ >= 0)
-        ::close(fd_);
+}
+
+ComThread::Port::~Port()
+{
+    if (fd >= 0)
+        ::close(fd);
+}
+
+void ComThread::adoptPort(int fd)
+{
+    port_ = std::make_shared<Port>(fd);
 }
 
 QStringList ComThread::candidatePorts(bool* directoryRead)
@@ -106,7 +114,7 @@ int32_t ComThread::openUsbSerial()
     if (driverCheck_ && !driverCheck_())
         rz48::showAlert(QStringLiteral("install USB driver found at ") + QLatin1String(kDriverPage));
     com_ = QStringLiteral("RZ48 not found");
-    fd_ = -1;
+    adoptPort(-1);
     return -1;
 }
 
@@ -125,8 +133,7 @@ QStringList ComThread::listPorts()
         switch (probe(path, reason)) {
         case ProbeResult::Found:
             lines << QStringLiteral("%1: opened; answered the probe: an RZ-48").arg(path);
-            ::close(fd_);
-            fd_ = -1;
+            adoptPort(-1); // closes it
             break;
         case ProbeResult::NoAnswer:
             lines << QStringLiteral("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
@@ -169,7 +176,7 @@ ComThread::ProbeResult ComThread::probe(const QString& path, QString& reason)
     ::ioctl(fd, TIOCMBIS, &rts); // pseudo-terminals refuse this (ENOTTY); harmless
     ::tcflush(fd, TCIFLUSH);
     ::tcsetattr(fd, TCSANOW, &sp_);
-    fd_ = fd;
+    adoptPort(fd);
 
     sendString(QString()); // the thread is not running yet: queues nothing
 
@@ -179,18 +186,18 @@ ComThread::ProbeResult ComThread::probe(const QString& path, QString& reason)
             return ProbeResult::Found;
         }
     }
-    ::close(fd);
-    fd_ = -1;
+    adoptPort(-1); // closes it
     return ProbeResult::NoAnswer;
 }
 
 QString ComThread::sendStringPolling(const QString& text)
 {
-    if (fd_ < 1) // a descriptor of 0 counts as closed
+    const int fd = port_->fd;
+    if (fd < 1) // a descriptor of 0 counts as closed
         return QString();
-    ::tcflush(fd_, TCIFLUSH);
+    ::tcflush(fd, TCIFLUSH);
     const QByteArray bytes = text.toUtf8();
-    if (::write(fd_, bytes.constData(), size_t(bytes.size())) < 0)
+    if (::write(fd, bytes.constData(), size_t(bytes.size())) < 0)
         return QString();
 
     char buffer[256];
@@ -198,7 +205,7 @@ QString ComThread::sendStringPolling(const QString& text)
     buffer[0] = 0;
     for (int pass = 0; pass < 10 && collected < 255; ++pass) {
         ::usleep(kTick);
-        const ssize_t n = ::read(fd_, buffer + collected, size_t(255 - collected));
+        const ssize_t n = ::read(fd, buffer + collected, size_t(255 - collected));
         if (n <= 0) // nothing arrived yet counts as a failed read
             break;
         collected += int(n);
@@ -213,37 +220,37 @@ void ComThread::startThread(QObject* parent)
 {
     stopThread();
     {
-        std::lock_guard lock(ioLock_);
-        txArray_.clear();
-        txCount_ = 0;
+        std::lock_guard lock(port_->ioLock);
+        port_->txArray.clear();
+        port_->txCount = 0;
     }
-    abort_ = false;
-    thread_ = std::thread([this, parent] { run(parent); });
+    worker_.start(parent, [port = port_](rz48::WorkerContext& context) { run(*port, context); });
 }
 
 void ComThread::stopThread()
 {
-    if (!thread_.joinable())
+    if (!worker_.isRunning())
         return;
-    abort_ = true;
-    thread_.join();
-    std::lock_guard lock(ioLock_);
-    txArray_.clear();
-    txCount_ = 0;
+    // A thread left to finish on its own has seen the abort flag set: it
+    // takes nothing more from the queue.
+    worker_.stop();
+    std::lock_guard lock(port_->ioLock);
+    port_->txArray.clear();
+    port_->txCount = 0;
 }
 
 void ComThread::enqueue(MsgClass message)
 {
-    if (fd_ == -1 || !thread_.joinable())
+    if (port_->fd == -1 || !worker_.isRunning())
         return; // not connected: dropped silently
-    std::lock_guard lock(ioLock_);
-    txArray_.push_back(std::move(message));
-    txCount_ = int(txArray_.size());
+    std::lock_guard lock(port_->ioLock);
+    port_->txArray.push_back(std::move(message));
+    port_->txCount = int(port_->txArray.size());
 }
 
 void ComThread::sendString(const QString& text)
 {
-    if (fd_ == -1 || !thread_.joinable())
+    if (port_->fd == -1 || !worker_.isRunning())
         return;
     MsgClass message;
     message.txString(text);
@@ -252,7 +259,7 @@ void ComThread::sendString(const QString& text)
 
 void ComThread::sendBytes(const void* bytes, uint32_t length)
 {
-    if (fd_ == -1 || !thread_.joinable())
+    if (port_->fd == -1 || !worker_.isRunning())
         return;
     MsgClass message;
     message.txBytes(bytes, length);
@@ -272,8 +279,8 @@ void ComThread::setBaud(int32_t speed)
         return;
     cfsetispeed(&sp_, s);
     cfsetospeed(&sp_, s);
-    if (fd_ >= 0)
-        ::tcsetattr(fd_, TCSANOW, &sp_);
+    if (port_->fd >= 0)
+        ::tcsetattr(port_->fd, TCSANOW, &sp_);
 }
 
 int32_t ComThread::getBaud() const
@@ -283,30 +290,34 @@ int32_t ComThread::getBaud() const
 
 int32_t ComThread::bytesAvailable() const
 {
-    return rz48::serial::bytesWaiting(fd_);
+    return rz48::serial::bytesWaiting(port_->fd);
 }
 
-void ComThread::run(QObject* parent)
+// Runs on the link thread: it touches nothing but `port` and `context`.
+void ComThread::run(Port& port, rz48::WorkerContext& context)
 {
+    const int fd = port.fd;
+    const auto bytesAvailable = [fd] { return rz48::serial::bytesWaiting(fd); };
     int chunkNumber = 0;
     char buffer[kChunkSize];
-    while (!abort_) {
+    while (!context.aborting()) {
         MsgClass next;
         bool haveNext = false;
         {
-            std::lock_guard lock(ioLock_);
-            if (!txArray_.empty()) {
-                next = std::move(txArray_.front());
-                txArray_.pop_front();
-                txCount_ = int(txArray_.size());
+            std::lock_guard lock(port.ioLock);
+            if (!port.txArray.empty()) {
+                next = std::move(port.txArray.front());
+                port.txArray.pop_front();
+                port.txCount = int(port.txArray.size());
                 haveNext = true;
             }
         }
         if (haveNext) {
             // One write normally takes the whole message; a full output
             // buffer gets a bounded number of retries, never a freeze.
-            rz48::serial::writeAll(fd_, next.buffer().constData(), size_t(next.buffer().size()), 50, 2000, &abort_);
-            for (int i = 0; i < kAnswerWaitTicks && !abort_; ++i) {
+            rz48::serial::writeAll(fd, next.buffer().constData(), size_t(next.buffer().size()), 50, 2000,
+                                   &context.abort);
+            for (int i = 0; i < kAnswerWaitTicks && !context.aborting(); ++i) {
                 if (bytesAvailable() != 0)
                     break;
                 ::usleep(kTick);
@@ -315,15 +326,15 @@ void ComThread::run(QObject* parent)
 
         if (bytesAvailable() > 0) {
             do {
-                const ssize_t n = ::read(fd_, buffer, sizeof buffer);
+                const ssize_t n = ::read(fd, buffer, sizeof buffer);
                 if (n <= 0)
                     break; // a read error ends the burst
                 MsgClass chunk;
                 chunk.txBytes(buffer, uint32_t(n));
                 chunk.setText(QString::asprintf("%d", ++chunkNumber));
-                rz48::callParent(parent, "threadHasMsg", std::move(chunk));
+                context.callParent("threadHasMsg", std::move(chunk));
                 ::usleep(kTick);
-            } while (!abort_ && bytesAvailable() > 0);
+            } while (!context.aborting() && bytesAvailable() > 0);
         }
         ::usleep(kTick);
     }

@@ -3,6 +3,7 @@
 // ports, configures the port, queues outgoing messages and runs the link
 // thread that writes them one at a time, waits for each answer and hands
 // every received chunk to the parent's threadHasMsg on the main thread.
+#include "common/Worker.h"
 #include "link/MsgClass.h"
 
 #include <QObject>
@@ -13,9 +14,9 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <termios.h>
-#include <thread>
 
 class ComThread {
 public:
@@ -48,7 +49,7 @@ public:
 
     void startThread(QObject* parent);
     void stopThread();
-    bool isRunning() const { return thread_.joinable(); }
+    bool isRunning() const { return worker_.isRunning(); }
 
     void sendString(const QString& text);
     void sendBytes(const void* bytes, uint32_t length);
@@ -58,20 +59,41 @@ public:
     void setBaud(int32_t speed);
     int32_t getBaud() const;
     int32_t bytesAvailable() const;
-    int txCount() const { return txCount_.load(); }
+    int txCount() const { return port_->txCount.load(); }
 
-    int fd() const { return fd_; }
+    int fd() const { return port_->fd; }
     const QString& com() const { return com_; }
 
 private:
+    // The open port and its transmit queue: everything the link thread uses,
+    // shared with it, so that a thread left to finish on its own never
+    // touches the ComThread. The port is closed when the last holder lets go:
+    // never under a thread still running.
+    struct Port {
+        explicit Port(int descriptor)
+            : fd(descriptor)
+        {
+        }
+        ~Port();
+        Port(const Port&) = delete;
+        Port& operator=(const Port&) = delete;
+
+        const int fd;                    // -1: no port
+        std::mutex ioLock;               // guards txArray
+        std::deque<MsgClass> txArray;
+        std::atomic<int> txCount {0};    // size of txArray, readable without the lock
+    };
+
     enum class ProbeResult { Found, CannotOpen, NoAnswer };
     QStringList candidatePorts(bool* directoryRead);
     // Opens and probes one port; on Found it stays open. `reason` says why not.
     ProbeResult probe(const QString& path, QString& reason);
+    // Makes `fd` (or -1: none) the port; the one held so far is let go.
+    void adoptPort(int fd);
     void enqueue(MsgClass message);
-    void run(QObject* parent);
+    static void run(Port& port, rz48::WorkerContext& context);
 
-    int fd_ = -1;
+    std::shared_ptr<Port> port_ = std::make_shared<Port>(-1);
     termios sp_ {};
     termios old_sp_ {};
     QString com_;
@@ -83,9 +105,5 @@ private:
     QString lockDirectory_ = QStringLiteral("/var/lock");
     QString usbDevices_ = QStringLiteral("/sys/bus/usb/devices");
 
-    std::mutex ioLock_;               // guards txArray_
-    std::deque<MsgClass> txArray_;
-    std::atomic<int> txCount_ {0};    // size of txArray_, readable without the lock
-    std::atomic<bool> abort_ {false};
-    std::thread thread_;
+    rz48::Worker worker_ {"link thread"};
 };

@@ -1,13 +1,41 @@
 #include "update/FirmwareUpdateThread.h"
 
 #include "common/Diagnostics.h"
-#include "common/WorkerCallback.h"
 #include "link/SerialPort.h"
 #include "update/Progress.h"
 #include "update/UpdateImages.h"
 
+#include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>
+
+namespace {
+
+// The worker's own descriptor for the port: a duplicate, closed when the
+// worker ends, so that the port stays open under a worker left to finish on
+// its own even when the original is closed. (The original itself when no
+// duplicate can be had.)
+struct PortHandle {
+    explicit PortHandle(int port)
+        : fd(::fcntl(port, F_DUPFD_CLOEXEC, 0))
+        , owned(fd >= 0)
+    {
+        if (!owned)
+            fd = port;
+    }
+    ~PortHandle()
+    {
+        if (owned)
+            ::close(fd);
+    }
+    PortHandle(const PortHandle&) = delete;
+    PortHandle& operator=(const PortHandle&) = delete;
+
+    int fd;
+    bool owned;
+};
+
+} // namespace
 
 FirmwareUpdateThread::~FirmwareUpdateThread()
 {
@@ -16,26 +44,33 @@ FirmwareUpdateThread::~FirmwareUpdateThread()
 
 void FirmwareUpdateThread::setArray(const QStringList& lines)
 {
-    std::lock_guard lock(ioLock_);
-    array_ = lines;
-    haveArray_ = true;
+    std::lock_guard lock(lines_->lock);
+    lines_->array = lines;
+    lines_->have = true;
 }
 
 int FirmwareUpdateThread::startThread(QObject* parent)
 {
-    if (fd_ == -1 || thread_.joinable() || !haveArray_)
+    bool haveArray;
+    {
+        std::lock_guard lock(lines_->lock);
+        haveArray = lines_->have;
+    }
+    if (fd_ == -1 || worker_.isRunning() || !haveArray)
         return -1;
-    abort_ = false;
-    thread_ = std::thread([this, parent] { run(parent); });
+    worker_.start(parent, [port = std::make_shared<PortHandle>(fd_), lines = lines_](rz48::WorkerContext& context) {
+        run(port->fd, *lines, context);
+    });
     return 0;
 }
 
 void FirmwareUpdateThread::stopThread()
 {
-    if (!thread_.joinable())
-        return;
-    abort_ = true;
-    thread_.join();
+    if (!worker_.stop()) {
+        // The worker left to finish on its own keeps its lines and releases
+        // them when it ends; this object takes fresh ones, none yet.
+        lines_ = std::make_shared<Lines>();
+    }
 }
 
 int FirmwareUpdateThread::bytesAvailable() const
@@ -43,34 +78,36 @@ int FirmwareUpdateThread::bytesAvailable() const
     return rz48::serial::bytesWaiting(fd_);
 }
 
-void FirmwareUpdateThread::run(QObject* parent)
+// Runs on the worker: it touches nothing but its arguments.
+void FirmwareUpdateThread::run(int fd, Lines& shared, rz48::WorkerContext& context)
 {
+    const auto bytesAvailable = [fd] { return rz48::serial::bytesWaiting(fd); };
     auto finish = [&](const char* message) {
-        rz48::callParent(parent, "threadUpdateComplete", Progress {QString::fromLatin1(message), 0});
-        std::lock_guard lock(ioLock_);
-        array_.clear(); // the lines are released once the update is over
-        haveArray_ = false;
+        context.callParent("threadUpdateComplete", Progress {QString::fromLatin1(message), 0});
+        std::lock_guard lock(shared.lock);
+        shared.array.clear(); // the lines are released once the update is over
+        shared.have = false;
     };
-    auto readInto = [this](QByteArray& buffer) {
+    auto readInto = [fd, &bytesAvailable](QByteArray& buffer) {
         const qsizetype room = rz48::update::kEchoBufferMax - buffer.size();
         const int waiting = bytesAvailable();
         if (room <= 0 || waiting <= 0)
             return;
         QByteArray chunk(std::min<qsizetype>(room, waiting), 0);
-        const ssize_t n = ::read(fd_, chunk.data(), size_t(chunk.size()));
+        const ssize_t n = ::read(fd, chunk.data(), size_t(chunk.size()));
         if (n > 0)
             rz48::update::appendReceived(buffer, chunk.left(n));
     };
 
-    ::tcflush(fd_, TCIFLUSH);
+    ::tcflush(fd, TCIFLUSH);
     for (int pass = 0; pass < 100; ++pass) {
         if (bytesAvailable() > 0)
             break;
-        if (abort_) {
+        if (context.aborting()) {
             finish("operation aborted, cycle power and try again");
             return;
         }
-        rz48::callParent(parent, "threadHasProgress", Progress {QStringLiteral("erasing flash"), pass});
+        context.callParent("threadHasProgress", Progress {QStringLiteral("erasing flash"), pass});
         ::usleep(200000);
     }
     QByteArray received;
@@ -85,8 +122,8 @@ void FirmwareUpdateThread::run(QObject* parent)
 
     QStringList lines;
     {
-        std::lock_guard lock(ioLock_);
-        lines = array_;
+        std::lock_guard lock(shared.lock);
+        lines = shared.array;
     }
     qsizetype next = 0;
     for (;;) {
@@ -94,12 +131,12 @@ void FirmwareUpdateThread::run(QObject* parent)
             finish("success!");
             return;
         }
-        if (abort_) {
+        if (context.aborting()) {
             finish("operation aborted, cycle power and try again");
             return;
         }
         const QByteArray tx = rz48::update::nextFpgaBatch(lines, next) + '\r';
-        rz48::serial::writeAll(fd_, tx.constData(), size_t(tx.size()), 0, 1000, &abort_);
+        rz48::serial::writeAll(fd, tx.constData(), size_t(tx.size()), 0, 1000, &context.abort);
         QByteArray rx;
         for (int pass = 0; pass < 200; ++pass) {
             ::usleep(1000);
@@ -116,11 +153,11 @@ void FirmwareUpdateThread::run(QObject* parent)
         }
         qsizetype total;
         {
-            std::lock_guard lock(ioLock_);
-            total = array_.size();
+            std::lock_guard lock(shared.lock);
+            total = shared.array.size();
         }
         const double percent = total > 0 ? double(next) / double(total) * 100.0 : 100.0;
-        rz48::callParent(parent, "threadHasProgress",
-                         Progress {QString::asprintf("firmware update: %.1f percent", percent), int(percent)});
+        context.callParent("threadHasProgress",
+                           Progress {QString::asprintf("firmware update: %.1f percent", percent), int(percent)});
     }
 }

@@ -3,12 +3,13 @@
 // the unit to erase the flash and say "ready", then relays the file's lines
 // in batches of at most 1021 characters and requires each batch echoed back
 // exactly. Owns the serial descriptor while it runs.
+#include "common/Worker.h"
+
 #include <QObject>
 #include <QStringList>
 
-#include <atomic>
+#include <memory>
 #include <mutex>
-#include <thread>
 
 class FirmwareUpdateThread {
 public:
@@ -20,22 +21,26 @@ public:
     void setFd(int fd) { fd_ = fd; }
     int fd() const { return fd_; }
     void setArray(const QStringList& lines);
-    std::mutex& ioLock() { return ioLock_; }
+    std::mutex& ioLock() { return lines_->lock; }
 
     // -1 without a descriptor or lines (an empty file is fine), or while a
     // worker runs; else 0.
     int startThread(QObject* parent);
     void stopThread();
-    bool isRunning() const { return thread_.joinable(); }
+    bool isRunning() const { return worker_.isRunning(); }
     int bytesAvailable() const;
 
 private:
-    void run(QObject* parent);
+    // The lines to send, shared with the worker, which releases them when the
+    // update is over.
+    struct Lines {
+        std::mutex lock; // guards array and have
+        QStringList array;
+        bool have = false;
+    };
+    static void run(int fd, Lines& lines, rz48::WorkerContext& context);
 
     int fd_ = -1;
-    QStringList array_;
-    bool haveArray_ = false;
-    std::mutex ioLock_;
-    std::atomic<bool> abort_ {false};
-    std::thread thread_;
+    std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
+    rz48::Worker worker_ {"firmware update thread"};
 };

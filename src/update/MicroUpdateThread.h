@@ -4,12 +4,11 @@
 // sends every S1 record and waits for its acknowledgement. Owns the serial
 // descriptor while it runs (the link thread is stopped first); reports go to
 // the parent's threadHasProgress and, once, threadUpdateComplete.
+#include "common/Worker.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QStringList>
-
-#include <atomic>
-#include <thread>
 
 class MicroUpdateThread {
 public:
@@ -28,18 +27,12 @@ public:
     // -1 without a descriptor or records, or while a worker runs; else 0.
     int startThread(QObject* parent);
     void stopThread();
-    bool isRunning() const { return thread_.joinable(); }
+    bool isRunning() const { return worker_.isRunning(); }
     int bytesAvailable() const;
 
 private:
-    void run(QObject* parent);
-    void report(QObject* parent, const QString& message, int percent);
-    // Waits up to `steps` x `stepUs` for input; true when some is waiting.
-    bool waitForInput(int steps, unsigned stepUs) const;
-
     int fd_ = -1;
     QStringList sRecArray_;
     QByteArray loader_;
-    std::atomic<bool> abort_ {false};
-    std::thread thread_;
+    rz48::Worker worker_ {"micro update thread"};
 };

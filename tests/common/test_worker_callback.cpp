@@ -1,4 +1,5 @@
 #include "common/Diagnostics.h"
+#include "common/Worker.h"
 #include "common/WorkerCallback.h"
 #include "link/MsgClass.h"
 #include "support/TestSupport.h"
@@ -8,7 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <memory>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -61,6 +65,48 @@ TEST(WorkerCallback, MissingMethodIsNamedWithItsColon)
     EXPECT_EQ(out.text(), "parent does not respond to 'threadHasMsg:'\n"
                           "parent does not respond to 'threadNeedsTx:'\n"
                           "parent does not respond to 'threadNeedsTxTc:'\n");
+}
+
+TEST(Worker, StopsABodyThatHonoursTheAbortFlag)
+{
+    Parent parent;
+    rz48::Worker worker("polite worker");
+    ASSERT_TRUE(worker.start(&parent, [](rz48::WorkerContext& context) {
+        while (!context.aborting())
+            ::usleep(1000);
+    }));
+    EXPECT_TRUE(worker.isRunning());
+    EXPECT_FALSE(worker.start(&parent, [](rz48::WorkerContext&) {})); // one at a time
+    EXPECT_TRUE(worker.stop());
+    EXPECT_FALSE(worker.isRunning());
+}
+
+TEST(Worker, LeavesABodyThatIgnoresTheAbortFlagAndCutsItOff)
+{
+    struct Outcome {
+        std::atomic<bool> ended {false};
+        std::atomic<bool> reached {true};
+    };
+    auto outcome = std::make_shared<Outcome>();
+    Parent parent;
+    {
+        rz48::Worker worker("stubborn worker", std::chrono::milliseconds(100));
+        ASSERT_TRUE(worker.start(&parent, [outcome](rz48::WorkerContext& context) {
+            ::usleep(1500 * 1000);
+            outcome->reached = context.callParent("threadNeedsTx");
+            outcome->ended = true;
+        }));
+        testing::internal::CaptureStderr();
+        const bool stopped = worker.stop();
+        const std::string err = testing::internal::GetCapturedStderr();
+        EXPECT_FALSE(stopped);
+        EXPECT_FALSE(worker.isRunning());
+        EXPECT_EQ(err, "stubborn worker did not stop within 100 ms: left to finish on its own\n");
+    } // the worker goes; its body runs on
+    ASSERT_TRUE(rz48test::waitUntil([&] { return outcome->ended.load(); }, 10000));
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(outcome->reached);
+    EXPECT_EQ(parent.transmits, 0);
 }
 
 } // namespace
