@@ -1,10 +1,14 @@
 #include "app/MainWindow.h"
 
 #include "cuewindow/CueDocument.h"
+#include "common/Alerts.h"
+#include "link/ComThread.h"
+#include "panel/MainTab.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QKeySequence>
 #include <QMenuBar>
 
@@ -47,4 +51,63 @@ void MainWindow::addPanelMenus()
     QAction* cueList = windows->addAction(tr("&Cue list"), this, cues(&CueDocument::showWindows));
     cueList->setObjectName(QStringLiteral("menuWindowCueList"));
     cueList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+
+    QMenu* tools = menuBar()->addMenu(tr("&Tools"));
+    tools->setObjectName(QStringLiteral("menuTools"));
+    QAction* framing = tools->addAction(tr("&Framing test"), this, [this] {
+        bool passed = false;
+        const QString output = view_->mainTab()->onButtonTest(&passed);
+        showSelfTest(tr("Framing test"), passed, output);
+    });
+    framing->setObjectName(QStringLiteral("menuToolsFramingTest"));
+    QAction* packing = tools->addAction(tr("&Packing test"), this, [this] {
+        if (CueDocument* document = view_->cueDocument()) {
+            bool passed = false;
+            const QString output = document->onButtonTest(&passed);
+            showSelfTest(tr("Packing test"), passed, output);
+        }
+    });
+    packing->setObjectName(QStringLiteral("menuToolsPackingTest"));
+
+    QMenu* help = menuBar()->addMenu(tr("&Help"));
+    help->setObjectName(QStringLiteral("menuHelp"));
+    QAction* keys = help->addAction(tr("&Keyboard shortcuts"), this, [] {
+        rz48::showAlert(tr("Keyboard shortcuts"), shortcutsText());
+    });
+    keys->setObjectName(QStringLiteral("menuHelpShortcuts"));
+    QAction* about = help->addAction(tr("&About the RZ-48 panel"), this, [this] {
+        rz48::showAlert(tr("RZ-48 panel %1").arg(QCoreApplication::applicationVersion()), aboutText());
+    });
+    about->setObjectName(QStringLiteral("menuHelpAbout"));
+}
+
+void MainWindow::showSelfTest(const QString& name, bool passed, const QString& output)
+{
+    rz48::showAlert(passed ? tr("%1 passed").arg(name) : tr("%1 FAILED").arg(name), output);
+}
+
+QString MainWindow::aboutText() const
+{
+    const ComThread* link = view_->comThread();
+    const QString firmware = view_->updates()->firmwareVersion();
+    QString unit;
+    if (link && link->fd() >= 0)
+        unit = tr("Unit: RZ-48 on %1, firmware %2.").arg(link->com(), firmware.isEmpty() ? tr("not reported yet") : firmware);
+    else
+        unit = tr("Unit: none connected.");
+    return tr("Control panel for the RZ-48 video overlay unit, version %1.\n%2\n\n"
+              "Copyright 2026 RZ-48 panel developers. Released under the MIT licence: free to use, copy, "
+              "modify and distribute, without warranty.")
+        .arg(QCoreApplication::applicationVersion(), unit);
+}
+
+QString MainWindow::shortcutsText()
+{
+    return tr("Ctrl+O  open a cue sheet (appends to the list)\n"
+              "Ctrl+S  save the cue sheet\n"
+              "Ctrl+L  show the cue list window\n"
+              "Ctrl+C / Ctrl+V  copy / paste cues (cue list window)\n"
+              "Ctrl+Q  quit\n"
+              "Up / Down, mouse wheel  step a value by one (steppers)\n"
+              "Return or Tab  send a typed value");
 }

@@ -11,7 +11,13 @@ public:
     rz48View* view() const { return view_; }
     // Menu items that need the panel started.
     void addPanelMenus();
+    // Help > About: the program, the unit it talks to, the licence.
+    QString aboutText() const;
+    static QString shortcutsText();
 
 private:
+    // A self-test's result, in the window as well as on standard output.
+    void showSelfTest(const QString& name, bool passed, const QString& output);
+
     rz48View* view_;
 };

@@ -169,7 +169,6 @@ void CueDocument::makeWindowControllers()
     button("buttonExportMidi", tr("Export MIDI..."), &CueDocument::onExportMidi);
     button("buttonImportMidi", tr("Import MIDI..."), &CueDocument::onImportMidi);
     button("buttonClearAll", tr("Clear all"), &CueDocument::onClearAll);
-    button("buttonTest", tr("Packing test"), &CueDocument::onButtonTest);
     buttons->addStretch(1);
     layout->addLayout(buttons);
 
@@ -338,15 +337,19 @@ void CueDocument::onImportMidi()
     midiTrack_.importListing(file.readAll());
 }
 
-void CueDocument::onButtonTest()
+QString CueDocument::onButtonTest(bool* passed)
 {
     QByteArray bytes(256, 0);
     for (int i = 0; i < 256; ++i)
         bytes[i] = char(i);
     const QByteArray encoded = MidiTrack::encode78(bytes);
     const QByteArray decoded = MidiTrack::decode78(encoded);
-    rz48::diag("bytes: %d encoded bytes: %d decoded bytes: %d equal: %d\n", int(bytes.size()), int(encoded.size()),
-               int(decoded.size()), decoded == bytes ? 1 : 0);
+    const QString line = QString::asprintf("bytes: %d encoded bytes: %d decoded bytes: %d equal: %d\n", int(bytes.size()),
+                                           int(encoded.size()), int(decoded.size()), decoded == bytes ? 1 : 0);
+    rz48::diagText(line.toStdString());
+    if (passed)
+        *passed = decoded == bytes;
+    return line;
 }
 
 void CueDocument::onAddCue()

@@ -56,7 +56,9 @@ public:
     void OnSort();
     void onExportMidi();
     void onImportMidi();
-    void onButtonTest();
+    // The packing self-test: 256 bytes through the 7-bit MIDI packing and
+    // back; prints and returns its line, true in `passed` when they match.
+    QString onButtonTest(bool* passed = nullptr);
     void onAddCue();
     void onRemoveCues();
     void onClearAll();

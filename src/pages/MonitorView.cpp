@@ -5,6 +5,7 @@
 #include "common/TextValue.h"
 #include "widgets/ColorWell.h"
 #include "widgets/FieldStepper.h"
+#include "widgets/ValueSlider.h"
 #include "widgets/WidgetFactory.h"
 
 #include <QFormLayout>
@@ -40,14 +41,16 @@ void MonitorView::buildControls()
 {
     auto* form = new QFormLayout(controls_);
 
-    sliderStreamerWidth = slider("sliderStreamerWidth", 0, 1920, 40, controls_);
-    sliderStreamerTop = slider("sliderStreamerTop", 0, 255, 255, controls_);
-    sliderStreamerBottom = slider("sliderStreamerBottom", 0, 255, 0, controls_);
-    sliderStreamerTransparency = slider("sliderStreamerTransparency", 0, 255, 0, controls_);
-    form->addRow(tr("Width"), sliderStreamerWidth);
-    form->addRow(tr("Top"), sliderStreamerTop);
-    form->addRow(tr("Bottom"), sliderStreamerBottom);
-    form->addRow(tr("Transparency"), sliderStreamerTransparency);
+    // Top and bottom in 255ths of the picture height from its bottom edge;
+    // transparency from 0 (opaque) to 255 (clear).
+    sliderStreamerWidth = new ValueSlider(QStringLiteral("sliderStreamerWidth"), 0, 1920, 40, tr("px"), controls_);
+    sliderStreamerTop = new ValueSlider(QStringLiteral("sliderStreamerTop"), 0, 255, 255, tr("/255"), controls_);
+    sliderStreamerBottom = new ValueSlider(QStringLiteral("sliderStreamerBottom"), 0, 255, 0, tr("/255"), controls_);
+    sliderStreamerTransparency = new ValueSlider(QStringLiteral("sliderStreamerTransparency"), 0, 255, 0, tr("/255"), controls_);
+    form->addRow(tr("Width"), sliderStreamerWidth->row());
+    form->addRow(tr("Top"), sliderStreamerTop->row());
+    form->addRow(tr("Bottom"), sliderStreamerBottom->row());
+    form->addRow(tr("Transparency"), sliderStreamerTransparency->row());
 
     duration_ = new FieldStepper(QStringLiteral("textStreamerDuration"), QStringLiteral("stepperStreamerDuration"), 0, 3000,
                                  fiftieths(), tr("s"), controls_);

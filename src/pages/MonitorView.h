@@ -10,7 +10,7 @@
 class ColorWell;
 class FieldStepper;
 class QLineEdit;
-class QSlider;
+class ValueSlider;
 
 class MonitorView : public CuePage {
     Q_OBJECT
@@ -50,10 +50,10 @@ private:
 
     uint32_t reportScratch_ = 0; // the last field read from a "C" report
 
-    QSlider* sliderStreamerWidth = nullptr;
-    QSlider* sliderStreamerTop = nullptr;
-    QSlider* sliderStreamerBottom = nullptr;
-    QSlider* sliderStreamerTransparency = nullptr;
+    ValueSlider* sliderStreamerWidth = nullptr;
+    ValueSlider* sliderStreamerTop = nullptr;
+    ValueSlider* sliderStreamerBottom = nullptr;
+    ValueSlider* sliderStreamerTransparency = nullptr;
     FieldStepper* duration_ = nullptr;
     FieldStepper* delay_ = nullptr;
     std::array<ColorWell*, 4> colorWellStreamer {};

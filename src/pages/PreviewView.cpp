@@ -27,4 +27,8 @@ void PreviewView::paintEvent(QPaintEvent*)
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawImage(rect(), image_);
+    // A frame, so that a white full-height element does not melt into the page.
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    painter.setPen(palette().color(QPalette::Dark));
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }

@@ -6,6 +6,7 @@
 #include "common/TextValue.h"
 #include "widgets/ColorWell.h"
 #include "widgets/FieldStepper.h"
+#include "widgets/ValueSlider.h"
 #include "widgets/WidgetFactory.h"
 
 #include <QCheckBox>
@@ -28,8 +29,8 @@ void PunchView::buildControls()
     auto* form = new QFormLayout(controls_);
 
     // The radius stays at least 1, so that 8640 / radius is defined.
-    sliderPunchSize = slider("sliderPunchSize", 1, 540, 64, controls_);
-    form->addRow(tr("Size"), sliderPunchSize);
+    sliderPunchSize = new ValueSlider(QStringLiteral("sliderPunchSize"), 1, 540, 64, tr("px"), controls_);
+    form->addRow(tr("Radius"), sliderPunchSize->row());
 
     auto* colours = new QGridLayout;
     for (int i = 0; i < 4; ++i) {

@@ -13,7 +13,7 @@
 class ColorWell;
 class FieldStepper;
 class QCheckBox;
-class QSlider;
+class ValueSlider;
 
 class PunchView : public CuePage {
     Q_OBJECT
@@ -50,7 +50,7 @@ private:
 
     QPointF punchPoint_ {960.0, 540.0};
 
-    QSlider* sliderPunchSize = nullptr;
+    ValueSlider* sliderPunchSize = nullptr;
     std::array<ColorWell*, 4> colorWellPunch {};
     std::array<QCheckBox*, 4> checkBoxRev {};
     FieldStepper* durationFrames = nullptr;

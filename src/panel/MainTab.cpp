@@ -25,6 +25,7 @@ namespace {
 
 constexpr int kConsoleLines = 5000; // the console keeps the last lines of a long session
 const char* const kMaskingNames[5] = {"Top", "Bottom", "Left", "Right", "Transparency"};
+const char* const kMaskingUnits[5] = {"lines", "lines", "px", "px", "/255"};
 
 } // namespace
 
@@ -72,7 +73,7 @@ MainTab::MainTab(QWidget* parent)
     for (int i = 0; i < 5; ++i) {
         const QString name = QLatin1String(kMaskingNames[i]);
         masking_[size_t(i)] = new FieldStepper(QStringLiteral("textBoxMasking") + name, QStringLiteral("stepperMasking") + name,
-                                               0, i == 4 ? 255 : 1080, {}, {}, this);
+                                               0, i == 4 ? 255 : 1080, {}, tr(kMaskingUnits[i]), this);
         maskLayout->addWidget(new QLabel(name, this), i, 0);
         maskLayout->addWidget(masking_[size_t(i)], i, 1);
         connect(masking_[size_t(i)], &FieldStepper::edited, this, &MainTab::sendMasking);
@@ -94,7 +95,7 @@ MainTab::MainTab(QWidget* parent)
     FieldStepper::Rule trimRule;
     trimRule.show = [](qint64 v) { return QString::number(maintab::trimDisplayValue(int(v))); };
     trimRule.read = [](const QString& text) { return maintab::trimFromDisplayValue(rz48::doubleValue(text)); };
-    trim_ = new FieldStepper(QStringLiteral("textDelayTrim"), QStringLiteral("stepperDelayTrim"), -5000, 5000, trimRule, {}, this);
+    trim_ = new FieldStepper(QStringLiteral("textDelayTrim"), QStringLiteral("stepperDelayTrim"), -5000, 5000, trimRule, tr("s"), this);
     auto* trimRow = new QHBoxLayout;
     trimRow->addWidget(new QLabel(tr("Delay trim"), this));
     trimRow->addWidget(trim_);
@@ -103,12 +104,10 @@ MainTab::MainTab(QWidget* parent)
     checkBoxExtendedTiming = checkBox(QStringLiteral("checkBoxExtendedTiming"), tr("Extended timing"), this);
     auto* hdmiButton = button(QStringLiteral("buttonGetHdmiTiming"), tr("Get HDMI timing"), this);
     auto* fieldsButton = button(QStringLiteral("buttonStreamerFields"), tr("Streamer fields"), this);
-    auto* testButton = button(QStringLiteral("buttonTest"), tr("Framing test"), this);
     auto* requests = new QHBoxLayout;
     requests->addWidget(checkBoxExtendedTiming);
     requests->addWidget(hdmiButton);
     requests->addWidget(fieldsButton);
-    requests->addWidget(testButton);
     requests->addStretch(1);
     popLayout->addLayout(requests);
     grid->addWidget(pop, 1, 1);
@@ -150,7 +149,6 @@ MainTab::MainTab(QWidget* parent)
     connect(textDebugTx, &QLineEdit::returnPressed, this, &MainTab::onTextDebugTx);
     connect(hdmiButton, &QPushButton::clicked, this, &MainTab::onButtonGetHdmiTiming);
     connect(fieldsButton, &QPushButton::clicked, this, &MainTab::onButtonStreamerFields);
-    connect(testButton, &QPushButton::clicked, this, &MainTab::onButtonTest);
     connect(clearButton, &QPushButton::clicked, this, &MainTab::onButtonClearDebugRx);
 }
 
@@ -342,7 +340,7 @@ void MainTab::onButtonClearDebugRx()
     textViewDebugRx->clear();
 }
 
-void MainTab::onButtonTest()
+QString MainTab::onButtonTest(bool* passed)
 {
     MsgClass m;
     m.txString(QStringLiteral("A 1\r\n"));
@@ -350,24 +348,33 @@ void MainTab::onButtonTest()
     m.txBytes(sysex, sizeof sysex);
     m.txString(QStringLiteral("B\r\n"));
 
-    auto printLines = [&m] {
+    std::string text;
+    auto printLines = [&m, &text] {
         while (const std::optional<QString> line = m.removeString()) {
-            rz48::diag("%s\n", line->toUtf8().constData());
+            const std::string printed = line->toStdString() + '\n';
+            rz48::diagText(printed);
+            text += printed;
             if (line->isEmpty())
                 break;
         }
     };
     printLines();
     while (const std::optional<QByteArray> midi = m.removeMidi()) {
-        std::string text;
+        std::string printed;
         char item[8];
         for (char c : *midi) {
             std::snprintf(item, sizeof item, "%02x ", unsigned(static_cast<unsigned char>(c)));
-            text += item;
+            printed += item;
         }
-        rz48::diag("%s\n", text.c_str());
+        printed += '\n';
+        rz48::diagText(printed);
+        text += printed;
         if (midi->isEmpty())
             break;
     }
     printLines();
+    // Two lines around the message, which comes out whole.
+    if (passed)
+        *passed = text == "A 1\n\nf0 20 56 20 41 42 43 f7 \nB\n";
+    return QString::fromStdString(text);
 }

@@ -47,9 +47,10 @@ public:
     void onButtonStreamerFields();
     void onTextDebugTx();
     void onButtonClearDebugRx();
-    // The framing self-test: frames lines and a system-exclusive message
-    // and prints what comes back out.
-    void onButtonTest();
+    // The framing self-test: frames lines and a system-exclusive message,
+    // prints what comes back out and returns it; true in `passed` when it
+    // is what the framing must give.
+    QString onButtonTest(bool* passed = nullptr);
 
 private:
     void send(const QString& command);

@@ -133,6 +133,7 @@ void UpdateController::checkMicroVersion(const QString& current, const QString& 
     const std::optional<rz48::VersionVerdict> verdict = rz48::compareVersions(current, minimum);
     if (!verdict)
         return;
+    firmwareVersion_ = verdict->current;
     if (verdict->tooOld)
         rz48::showAlert(QStringLiteral("update micro to %1 or greater").arg(minimum));
     rz48::diag("%s ", verdict->current.toUtf8().constData());

@@ -50,6 +50,8 @@ public:
     const std::array<uint8_t, 256>& stateBuffer() const { return stateBuffer_; }
     uint32_t stateAddress() const { return stateAddress_; }
     uint32_t stateSize() const { return stateSize_; }
+    // The firmware version of the unit's last "k" report; empty before one.
+    const QString& firmwareVersion() const { return firmwareVersion_; }
 
 private:
     // The loader image for a microcontroller update, or empty after an alert.
@@ -70,6 +72,7 @@ private:
     std::array<uint8_t, 256> stateBuffer_ {};
     uint32_t stateAddress_ = 0;
     uint32_t stateSize_ = 0;
+    QString firmwareVersion_;
     QProgressBar* progressBarUpdate = nullptr;
     QLabel* labelUpdate = nullptr;
 };

@@ -8,6 +8,7 @@
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
 #include "panel/MainTab.h"
+#include "panel/Tooltips.h"
 #include "codecs/ReportRouter.h"
 #include "panel/UpdateController.h"
 #include "widgets/WindowClose.h"
@@ -44,6 +45,7 @@ rz48View::rz48View(QWidget* parent)
     setFocusPolicy(Qt::StrongFocus); // accepts first responder
     buildWindow();
     registerReports();
+    rz48::applyTooltips(this);
     aTimer = new QTimer(this);
     aTimer->setInterval(100);
     connect(aTimer, &QTimer::timeout, this, &rz48View::timer_service);
@@ -124,6 +126,8 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     comThread_ = std::make_unique<ComThread>();
     cueDocument_ = std::make_unique<CueDocument>();
     cueDocument_->makeWindowControllers();
+    if (cueDocument_->window())
+        rz48::applyTooltips(cueDocument_->window());
     cueDocument_->showWindows();
     if (QWidget* w = window(); w && cueDocument_->window()) // beside the panel
         cueDocument_->window()->move(w->frameGeometry().topRight() + QPoint(8, 0));

@@ -8,18 +8,8 @@
 #include <QPixmap>
 #include <QPushButton>
 #include <QSignalBlocker>
-#include <QSlider>
 
 namespace rz48::widgets {
-
-inline QSlider* slider(const char* name, int minimum, int maximum, int value, QWidget* parent)
-{
-    auto* s = new QSlider(Qt::Horizontal, parent);
-    s->setObjectName(QLatin1String(name));
-    s->setRange(minimum, maximum);
-    s->setValue(value);
-    return s;
-}
 
 inline QCheckBox* checkBox(const QString& name, const QString& title, QWidget* parent)
 {

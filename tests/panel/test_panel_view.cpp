@@ -4,6 +4,8 @@
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 #include "panel/rz48View.h"
+#include "cuewindow/CueDocument.h"
+#include "panel/MainTab.h"
 #include "support/PanelFixture.h"
 #include "widgets/RadioMatrix.h"
 #include "widgets/Stepper.h"
@@ -349,7 +351,9 @@ TEST_F(PanelTest, FramingSelfTest)
 {
     view->awakeFromNib(noUnit());
     rz48::DiagCapture out;
-    find<QPushButton>("buttonTest")->click();
+    bool passed = false;
+    view->mainTab()->onButtonTest(&passed);
+    EXPECT_TRUE(passed);
     EXPECT_EQ(out.text(), "A 1\n\n"
                           "f0 20 56 20 41 42 43 f7 \n42 0d 0a \n"
                           "f0 20 56 20 41 42 43 f7 \n"
@@ -391,3 +395,32 @@ TEST_F(PanelTest, ClosingTheWindowStopsTheLink)
 }
 
 } // namespace
+
+// Every control a person can use or read, in the panel and the cue window,
+// says what it does.
+TEST_F(PanelTest, EveryNamedControlHasATooltip)
+{
+    view->awakeFromNib(noUnit());
+    QList<QWidget*> widgets = view->findChildren<QWidget*>();
+    widgets << view->cueDocument()->window()->findChildren<QWidget*>();
+    QStringList missing;
+    int controls = 0;
+    for (QWidget* w : widgets) {
+        const QString name = w->objectName();
+        if (name.isEmpty() || name.startsWith(QLatin1String("qt_")))
+            continue;
+        if (w->testAttribute(Qt::WA_WState_ExplicitShowHide) && w->isHidden())
+            continue; // nobody sees it
+        const bool control = w->inherits("QAbstractButton") || w->inherits("QLineEdit") || w->inherits("QComboBox")
+            || w->inherits("QAbstractSlider") || w->inherits("QPlainTextEdit") || w->inherits("QAbstractItemView")
+            || w->inherits("QProgressBar") || w->inherits("QLabel") || w->inherits("Stepper")
+            || w->inherits("RadioMatrix") || w->inherits("PreviewView");
+        if (!control)
+            continue;
+        ++controls;
+        if (w->toolTip().isEmpty())
+            missing << name;
+    }
+    EXPECT_GT(controls, 100);
+    EXPECT_TRUE(missing.isEmpty()) << missing.join(u' ').toStdString();
+}
