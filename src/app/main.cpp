@@ -3,6 +3,7 @@
 #include "app/MessageBoxAlerts.h"
 #include "app/RZ48AppDelegate.h"
 #include "common/Diagnostics.h"
+#include "common/Program.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 #include "panel/rz48View.h"
@@ -56,8 +57,7 @@ int usageError(const QString& message)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication::setApplicationName(QStringLiteral("rz48panel"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
+    rz48::nameProgram("rz48panel");
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

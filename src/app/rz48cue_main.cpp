@@ -2,6 +2,7 @@
 // with timecodes into a cue sheet (.txt) or a MIDI cue track (.mid), and
 // lists what a MIDI file holds.
 #include "common/FilePanels.h"
+#include "common/Program.h"
 #include "cuelist/CueSheet.h"
 #include "cuelist/MidiTrack.h"
 #include "cuelist/PdfImport.h"
@@ -41,8 +42,7 @@ int dump(const QString& path)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("rz48cue"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
+    rz48::nameProgram("rz48cue");
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(

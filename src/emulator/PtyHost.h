@@ -18,8 +18,6 @@ class PtyHost {
 public:
     PtyHost();
     ~PtyHost();
-    PtyHost(const PtyHost&) = delete;
-    PtyHost& operator=(const PtyHost&) = delete;
 
     // Opens the pseudo-terminal, creates the link and starts serving.
     bool start(const std::string& directory, const std::string& name = "tty.usbserial-EMU",

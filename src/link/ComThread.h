@@ -22,8 +22,6 @@ class ComThread {
 public:
     ComThread();
     ~ComThread();
-    ComThread(const ComThread&) = delete;
-    ComThread& operator=(const ComThread&) = delete;
 
     // Finds the unit: every entry of the search directory whose name contains
     // one of the name patterns is opened and probed with "B" until one answers

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -235,6 +236,20 @@ QString noAdapterLine(const QString& directory, const QStringList& patterns)
 {
     return QStringLiteral("no USB serial adapter found: nothing in %1 is named like %2; is the unit's USB adapter plugged in?")
         .arg(directory, patterns.join(QStringLiteral(" or ")));
+}
+
+PortHandle::PortHandle(int port)
+    : fd(::fcntl(port, F_DUPFD_CLOEXEC, 0))
+    , owned(fd >= 0)
+{
+    if (!owned)
+        fd = port;
+}
+
+PortHandle::~PortHandle()
+{
+    if (owned)
+        ::close(fd);
 }
 
 } // namespace rz48::serial

@@ -27,6 +27,20 @@ QStringList defaultNamePatterns();
 // with the running kernel as a module or built in.
 bool ftdiDriverPresent();
 
+// A worker's own descriptor for a port: a duplicate, closed when the worker
+// ends, so that the port stays open under a worker left to finish on its own
+// even when the original is closed (the original itself when no duplicate can
+// be had).
+struct PortHandle {
+    explicit PortHandle(int port);
+    ~PortHandle();
+    PortHandle(const PortHandle&) = delete;
+    PortHandle& operator=(const PortHandle&) = delete;
+
+    int fd;
+    bool owned;
+};
+
 // Bytes waiting to be read on `fd`; 0 when the query fails (after a
 // hang-up it does), so no read burst can loop forever.
 int bytesWaiting(int fd);

@@ -44,7 +44,7 @@ int selected(const QComboBox* combo)
 AnnunciatorView::AnnunciatorView(QWidget* parent)
     : CuePage(QStringLiteral("annunciatorView"), QStringLiteral("overlayControls"),
               "PunchView thread is nil!\n", // the punch page's words, kept
-              parent)
+              [] -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawAnnunciatorThread>(); }, parent)
 {
     buildControls();
 }
@@ -155,11 +155,10 @@ void AnnunciatorView::registerReports(ReportRouter& router)
     router.on({'t'}, [this](const QString& line, Fields&) { annunciatorColorsFromString(line); });
 }
 
-void AnnunciatorView::awakeFromNib()
+void AnnunciatorView::reset()
 {
     skipEcho = false;
     dragItem = None;
-    startWorker(std::make_unique<DrawAnnunciatorThread>());
 }
 
 void AnnunciatorView::updatePicture()

@@ -24,7 +24,6 @@ class AnnunciatorView : public CuePage {
 public:
     explicit AnnunciatorView(QWidget* parent = nullptr);
 
-    void awakeFromNib();
     void registerReports(ReportRouter& router) override;
     DrawAnnunciatorThread* thread() const { return static_cast<DrawAnnunciatorThread*>(worker()); }
 
@@ -76,6 +75,7 @@ public:
     static int dragItem;
 
 protected:
+    void reset() override;
     void updatePicture() override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;

@@ -4,10 +4,12 @@
 #include "link/ComThread.h"
 #include "widgets/WindowClose.h"
 
-CuePage::CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, QWidget* parent)
+CuePage::CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, MakeWorker makeWorker,
+                 QWidget* parent)
     : PreviewView(parent)
     , controls_(new QWidget)
     , nilMessage_(nilMessage)
+    , makeWorker_(makeWorker)
 {
     setObjectName(objectName);
     controls_->setObjectName(controlsName);
@@ -19,10 +21,11 @@ CuePage::~CuePage()
         worker_->stopThread();
 }
 
-void CuePage::startWorker(std::unique_ptr<PreviewWorker> worker)
+void CuePage::awakeFromNib()
 {
+    reset();
     onWindowClose(this, [this] { windowClosing(); });
-    worker_ = std::move(worker);
+    worker_ = makeWorker_();
     worker_->startThread(this);
 }
 

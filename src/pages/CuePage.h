@@ -18,6 +18,9 @@ class CuePage : public PreviewView {
 public:
     ~CuePage() override;
 
+    // Sets the page's start-up values and starts its worker, which stops
+    // when the window closes.
+    void awakeFromNib();
     // The page's controls, laid out beside the preview by the window.
     QWidget* controls() const { return controls_; }
     void setComThread(ComThread* link) { comThread_ = link; }
@@ -29,12 +32,15 @@ public:
     void windowClosing();
 
 protected:
-    // `nilMessage` is printed when a draw is asked for before the worker exists.
-    CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, QWidget* parent);
+    using MakeWorker = std::unique_ptr<PreviewWorker> (*)();
+    // `nilMessage` is printed when a draw is asked for before the worker
+    // exists; `makeWorker` makes the page's worker at start-up.
+    CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, MakeWorker makeWorker,
+            QWidget* parent);
 
-    // Starts the page's worker; it stops when the window closes.
-    void startWorker(std::unique_ptr<PreviewWorker> worker);
     PreviewWorker* worker() const { return worker_.get(); }
+    // The page's start-up values, before its worker starts.
+    virtual void reset() {}
     // The page's current picture, into its worker.
     virtual void updatePicture() = 0;
 
@@ -47,6 +53,7 @@ private:
     std::unique_ptr<PreviewWorker> worker_;
     ComThread* comThread_ = nullptr;
     const char* nilMessage_;
+    MakeWorker makeWorker_;
 };
 
 namespace rz48::pages {

@@ -32,7 +32,8 @@ FieldStepper::Rule fiftieths()
 } // namespace
 
 MonitorView::MonitorView(QWidget* parent)
-    : CuePage(QStringLiteral("monitorView"), QStringLiteral("streamerControls"), "MonitorView thread is nil", parent)
+    : CuePage(QStringLiteral("monitorView"), QStringLiteral("streamerControls"), "MonitorView thread is nil",
+              [] -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawStreamerThread>(); }, parent)
 {
     buildControls();
 }
@@ -89,12 +90,11 @@ void MonitorView::registerReports(ReportRouter& router)
     router.on({'C'}, [this](const QString& line, ReportRouter::Fields&) { fromString(line); });
 }
 
-void MonitorView::awakeFromNib()
+void MonitorView::reset()
 {
     backColor = Qt::black;
     duration_->showStepperQuietly();
     delay_->showStepperQuietly();
-    startWorker(std::make_unique<DrawStreamerThread>());
 }
 
 QLineEdit* MonitorView::textStreamerDuration() const

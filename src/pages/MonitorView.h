@@ -17,7 +17,6 @@ class MonitorView : public CuePage {
 public:
     explicit MonitorView(QWidget* parent = nullptr);
 
-    void awakeFromNib();
     void registerReports(ReportRouter& router) override;
     // Applies one "C" report line.
     void fromString(const QString& line);
@@ -42,6 +41,7 @@ signals:
     void durationReported(double seconds);
 
 protected:
+    void reset() override;
     void updatePicture() override;
 
 private:

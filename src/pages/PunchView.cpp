@@ -19,7 +19,8 @@ using namespace rz48::pages;
 using namespace rz48::widgets;
 
 PunchView::PunchView(QWidget* parent)
-    : CuePage(QStringLiteral("punchView"), QStringLiteral("punchControls"), "PunchView thread is nil!\n", parent)
+    : CuePage(QStringLiteral("punchView"), QStringLiteral("punchControls"), "PunchView thread is nil!\n",
+              [] -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawThread>(); }, parent)
 {
     buildControls();
 }
@@ -77,14 +78,13 @@ void PunchView::registerReports(ReportRouter& router)
     router.on({'E'}, [this](const QString& line, ReportRouter::Fields&) { fromString(line); });
 }
 
-void PunchView::awakeFromNib()
+void PunchView::reset()
 {
     setQuietly(sliderPunchSize, [](QSlider* s) { s->setValue(64); });
     punchPoint_ = {960.0, 540.0};
     backColor = Qt::black;
     for (FieldStepper* f : {repeatCount, durationFrames, repeatSeconds})
         f->showStepperQuietly();
-    startWorker(std::make_unique<DrawThread>());
 }
 
 void PunchView::threadNeedsTx()

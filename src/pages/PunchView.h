@@ -20,7 +20,6 @@ class PunchView : public CuePage {
 public:
     explicit PunchView(QWidget* parent = nullptr);
 
-    void awakeFromNib();
     void registerReports(ReportRouter& router) override;
     void fromString(const QString& line);
 
@@ -38,6 +37,7 @@ public:
     QColor backColor = Qt::black;
 
 protected:
+    void reset() override;
     void updatePicture() override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;

@@ -11,30 +11,6 @@
 
 namespace {
 
-// The worker's own descriptor for the port: a duplicate, closed when the
-// worker ends, so that the port stays open under a worker left to finish on
-// its own even when the original is closed. (The original itself when no
-// duplicate can be had.)
-struct PortHandle {
-    explicit PortHandle(int port)
-        : fd(::fcntl(port, F_DUPFD_CLOEXEC, 0))
-        , owned(fd >= 0)
-    {
-        if (!owned)
-            fd = port;
-    }
-    ~PortHandle()
-    {
-        if (owned)
-            ::close(fd);
-    }
-    PortHandle(const PortHandle&) = delete;
-    PortHandle& operator=(const PortHandle&) = delete;
-
-    int fd;
-    bool owned;
-};
-
 } // namespace
 
 FirmwareUpdateThread::~FirmwareUpdateThread()
@@ -58,7 +34,7 @@ int FirmwareUpdateThread::startThread(QObject* parent)
     }
     if (fd_ == -1 || worker_.isRunning() || !haveArray)
         return -1;
-    worker_.start(parent, [port = std::make_shared<PortHandle>(fd_), lines = lines_](rz48::WorkerContext& context) {
+    worker_.start(parent, [port = std::make_shared<rz48::serial::PortHandle>(fd_), lines = lines_](rz48::WorkerContext& context) {
         run(port->fd, *lines, context);
     });
     return 0;
@@ -71,11 +47,6 @@ void FirmwareUpdateThread::stopThread()
         // them when it ends; this object takes fresh ones, none yet.
         lines_ = std::make_shared<Lines>();
     }
-}
-
-int FirmwareUpdateThread::bytesAvailable() const
-{
-    return rz48::serial::bytesWaiting(fd_);
 }
 
 // Runs on the worker: it touches nothing but its arguments.

@@ -3,7 +3,7 @@
 // the unit to erase the flash and say "ready", then relays the file's lines
 // in batches of at most 1021 characters and requires each batch echoed back
 // exactly. Owns the serial descriptor while it runs.
-#include "common/Worker.h"
+#include "update/UpdateWorker.h"
 
 #include <QObject>
 #include <QStringList>
@@ -11,15 +11,14 @@
 #include <memory>
 #include <mutex>
 
-class FirmwareUpdateThread {
+class FirmwareUpdateThread : public UpdateWorker {
 public:
-    FirmwareUpdateThread() = default;
-    ~FirmwareUpdateThread();
-    FirmwareUpdateThread(const FirmwareUpdateThread&) = delete;
-    FirmwareUpdateThread& operator=(const FirmwareUpdateThread&) = delete;
+    FirmwareUpdateThread()
+        : UpdateWorker("firmware update thread")
+    {
+    }
+    ~FirmwareUpdateThread() override;
 
-    void setFd(int fd) { fd_ = fd; }
-    int fd() const { return fd_; }
     void setArray(const QStringList& lines);
     std::mutex& ioLock() { return lines_->lock; }
 
@@ -27,8 +26,6 @@ public:
     // worker runs; else 0.
     int startThread(QObject* parent);
     void stopThread();
-    bool isRunning() const { return worker_.isRunning(); }
-    int bytesAvailable() const;
 
 private:
     // The lines to send, shared with the worker, which releases them when the
@@ -40,7 +37,5 @@ private:
     };
     static void run(int fd, Lines& lines, rz48::WorkerContext& context);
 
-    int fd_ = -1;
     std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
-    rz48::Worker worker_ {"firmware update thread"};
 };

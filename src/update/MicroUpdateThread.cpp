@@ -12,30 +12,6 @@
 
 namespace {
 
-// The worker's own descriptor for the port: a duplicate, closed when the
-// worker ends, so that the port stays open under a worker left to finish on
-// its own even when the original is closed. (The original itself when no
-// duplicate can be had.)
-struct PortHandle {
-    explicit PortHandle(int port)
-        : fd(::fcntl(port, F_DUPFD_CLOEXEC, 0))
-        , owned(fd >= 0)
-    {
-        if (!owned)
-            fd = port;
-    }
-    ~PortHandle()
-    {
-        if (owned)
-            ::close(fd);
-    }
-    PortHandle(const PortHandle&) = delete;
-    PortHandle& operator=(const PortHandle&) = delete;
-
-    int fd;
-    bool owned;
-};
-
 bool writeAll(int fd, const char* data, size_t size)
 {
     return rz48::serial::writeAll(fd, data, size, 200, 1000);
@@ -152,7 +128,7 @@ int MicroUpdateThread::startThread(QObject* parent)
 {
     if (fd_ == -1 || worker_.isRunning() || sRecArray_.isEmpty())
         return -1;
-    worker_.start(parent, [port = std::make_shared<PortHandle>(fd_), records = sRecArray_,
+    worker_.start(parent, [port = std::make_shared<rz48::serial::PortHandle>(fd_), records = sRecArray_,
                            loader = loader_](rz48::WorkerContext& context) {
         run(port->fd, records, loader, context);
     });
@@ -162,9 +138,4 @@ int MicroUpdateThread::startThread(QObject* parent)
 void MicroUpdateThread::stopThread()
 {
     worker_.stop();
-}
-
-int MicroUpdateThread::bytesAvailable() const
-{
-    return rz48::serial::bytesWaiting(fd_);
 }

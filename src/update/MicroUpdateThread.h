@@ -4,21 +4,20 @@
 // sends every S1 record and waits for its acknowledgement. Owns the serial
 // descriptor while it runs (the link thread is stopped first); reports go to
 // the parent's threadHasProgress and, once, threadUpdateComplete.
-#include "common/Worker.h"
+#include "update/UpdateWorker.h"
 
 #include <QByteArray>
 #include <QObject>
 #include <QStringList>
 
-class MicroUpdateThread {
+class MicroUpdateThread : public UpdateWorker {
 public:
-    MicroUpdateThread() = default;
-    ~MicroUpdateThread();
-    MicroUpdateThread(const MicroUpdateThread&) = delete;
-    MicroUpdateThread& operator=(const MicroUpdateThread&) = delete;
+    MicroUpdateThread()
+        : UpdateWorker("micro update thread")
+    {
+    }
+    ~MicroUpdateThread() override;
 
-    void setFd(int fd) { fd_ = fd; }
-    int fd() const { return fd_; }
     void setSRecArray(const QStringList& records) { sRecArray_ = records; }
     const QStringList& sRecArray() const { return sRecArray_; }
     // The loader image (772 bytes) sent before the records.
@@ -27,12 +26,8 @@ public:
     // -1 without a descriptor or records, or while a worker runs; else 0.
     int startThread(QObject* parent);
     void stopThread();
-    bool isRunning() const { return worker_.isRunning(); }
-    int bytesAvailable() const;
 
 private:
-    int fd_ = -1;
     QStringList sRecArray_;
     QByteArray loader_;
-    rz48::Worker worker_ {"micro update thread"};
 };
