@@ -6,19 +6,29 @@
 #include "panel/MainTab.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
+#include "widgets/WindowPlacement.h"
 
 #include <QAction>
 #include <QCoreApplication>
 #include <QKeySequence>
 #include <QMenuBar>
+#include <QScrollArea>
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
     , view_(new rz48View(this))
 {
     setObjectName(QStringLiteral("panelWindow"));
-    setCentralWidget(view_);
+    // On a small screen (or at a large scale) the panel scrolls rather than
+    // squeezing its controls.
+    auto* scroll = new QScrollArea(this);
+    scroll->setObjectName(QStringLiteral("panelScroll"));
+    scroll->setWidgetResizable(true);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidget(view_);
+    setCentralWidget(scroll);
     resize(900, 760);
+    rz48::fitOnScreen(this);
 }
 
 void MainWindow::addPanelMenus()

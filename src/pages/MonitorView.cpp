@@ -61,7 +61,9 @@ void MonitorView::buildControls()
     form->addRow(tr("Duration"), duration_);
     form->addRow(tr("Delay"), delay_);
 
-    auto* colours = new QGridLayout;
+    auto* coloursBox = new QWidget(controls_); // a widget, so that the form gives the grid all it needs
+    auto* colours = new QGridLayout(coloursBox);
+    colours->setContentsMargins(0, 0, 0, 0);
     for (int i = 0; i < 4; ++i) {
         colorWellStreamer[size_t(i)] = new ColorWell(QStringLiteral("colorWellStreamer%1").arg(i), controls_);
         QPushButton* trigger = button(QStringLiteral("buttonStreamer%1").arg(i), tr("Streamer %1").arg(i), controls_);
@@ -75,7 +77,7 @@ void MonitorView::buildControls()
     colours->addWidget(colorWellEndBar, 4, 0);
     colours->addWidget(new QLabel(tr("End bar"), controls_), 4, 1);
     colours->addWidget(accum, 5, 1);
-    form->addRow(tr("Colours"), colours);
+    form->addRow(tr("Colours"), coloursBox);
 
     for (QSlider* s : {sliderStreamerWidth, sliderStreamerTop, sliderStreamerBottom, sliderStreamerTransparency})
         connect(s, &QSlider::valueChanged, this, [this] { setDraw(1); });

@@ -33,7 +33,9 @@ void PunchView::buildControls()
     sliderPunchSize = new ValueSlider(QStringLiteral("sliderPunchSize"), 1, 540, 64, tr("px"), controls_);
     form->addRow(tr("Radius"), sliderPunchSize->row());
 
-    auto* colours = new QGridLayout;
+    auto* coloursBox = new QWidget(controls_); // a widget, so that the form gives the grid all it needs
+    auto* colours = new QGridLayout(coloursBox);
+    colours->setContentsMargins(0, 0, 0, 0);
     for (int i = 0; i < 4; ++i) {
         colorWellPunch[size_t(i)] = new ColorWell(QStringLiteral("colorWellPunch%1").arg(i), controls_);
         checkBoxRev[size_t(i)] = checkBox(QStringLiteral("checkBoxRev%1").arg(i), tr("Reverse"), controls_);
@@ -45,7 +47,7 @@ void PunchView::buildControls()
         connect(colorWellPunch[size_t(i)], &ColorWell::colorChosen, this, [this, i] { onColorPunchChanged(i); });
         connect(checkBoxRev[size_t(i)], &QCheckBox::toggled, this, [this, i] { onCheckBoxRev(i); });
     }
-    form->addRow(tr("Colours"), colours);
+    form->addRow(tr("Colours"), coloursBox);
 
     // Repeats every so many hundredths of a second, shown in seconds; typed
     // seconds are truncated with no rounding term, unlike the streamer page's times.

@@ -12,6 +12,7 @@
 #include "codecs/ReportRouter.h"
 #include "panel/UpdateController.h"
 #include "widgets/WindowClose.h"
+#include "widgets/WindowPlacement.h"
 
 #include <QCoreApplication>
 #include <QDragEnterEvent>
@@ -129,8 +130,10 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     if (cueDocument_->window())
         rz48::applyTooltips(cueDocument_->window());
     cueDocument_->showWindows();
-    if (QWidget* w = window(); w && cueDocument_->window()) // beside the panel
+    if (QWidget* w = window(); w && cueDocument_->window()) { // beside the panel, on its screen
         cueDocument_->window()->move(w->frameGeometry().topRight() + QPoint(8, 0));
+        rz48::fitOnScreen(cueDocument_->window());
+    }
     if (!options.searchDirectory.isEmpty())
         comThread_->setSearchDirectory(options.searchDirectory);
     if (!options.explicitPort.isEmpty())

@@ -6,6 +6,28 @@
 #include <QVBoxLayout>
 #include <QWheelEvent>
 
+namespace {
+
+// An arrow of the pair: half a line of text tall, whatever the scale; the
+// style's own minimum (made for a full button) does not apply.
+class ArrowButton : public QToolButton {
+public:
+    ArrowButton(Qt::ArrowType arrow, QWidget* parent)
+        : QToolButton(parent)
+    {
+        setArrowType(arrow);
+        setFixedSize(sizeHint());
+    }
+    QSize sizeHint() const override
+    {
+        const int h = std::max(11, (fontMetrics().height() + 6) / 2);
+        return {h * 18 / 11, h};
+    }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
+} // namespace
+
 Stepper::Stepper(const QString& objectName, int minimum, int maximum, int increment, QWidget* parent)
     : QWidget(parent)
     , value_(minimum)
@@ -18,13 +40,10 @@ Stepper::Stepper(const QString& objectName, int minimum, int maximum, int increm
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    up_ = new QToolButton(this);
-    down_ = new QToolButton(this);
-    up_->setArrowType(Qt::UpArrow);
-    down_->setArrowType(Qt::DownArrow);
+    up_ = new ArrowButton(Qt::UpArrow, this);
+    down_ = new ArrowButton(Qt::DownArrow, this);
     for (QToolButton* b : {up_, down_}) {
         b->setAutoRepeat(true);
-        b->setFixedSize(18, 11);
         b->setFocusPolicy(Qt::NoFocus);
         layout->addWidget(b);
     }

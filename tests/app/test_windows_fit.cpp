@@ -1,0 +1,72 @@
+// The panel and the cue window on a 1920 x 1080 screen at the scale the
+// environment sets (QT_SCALE_FACTOR; one process per scale): each window lies
+// inside the screen's available area, and no visible control is smaller than
+// it needs (the panel scrolls instead).
+#include "app/MainWindow.h"
+#include "cuewindow/CueDocument.h"
+#include "panel/rz48View.h"
+#include "support/TestSupport.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QTabWidget>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Visible controls below their minimum size, by name and size.
+QStringList squeezed(QWidget* window)
+{
+    QStringList found;
+    for (QWidget* w : window->findChildren<QWidget*>()) {
+        if (!w->isVisible() || w->inherits("QScrollBar") || w->inherits("QHeaderView")) // a view's own parts
+            continue;
+        const QSize needed = w->minimumSizeHint();
+        if (needed.isValid() && (w->width() < needed.width() || w->height() < needed.height()))
+            found << QStringLiteral("%1 (%2) %3x%4 < %5x%6")
+                         .arg(w->objectName(), QLatin1String(w->metaObject()->className()))
+                         .arg(w->width()).arg(w->height()).arg(needed.width()).arg(needed.height());
+    }
+    return found;
+}
+
+TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
+{
+    QScreen* screen = QGuiApplication::primaryScreen();
+    ASSERT_NE(screen, nullptr);
+    const qreal scale = qEnvironmentVariable("QT_SCALE_FACTOR", QStringLiteral("1")).toDouble();
+    // The configured screen, in the logical pixels of this scale.
+    EXPECT_NEAR(screen->geometry().width() * scale, 1920, 2);
+    const QRect area = screen->availableGeometry();
+
+    QTemporaryDir dir;
+    LinkOptions options;
+    options.searchDirectory = dir.path(); // no unit: the controls show their defaults
+    options.driverCheck = [] { return true; };
+    MainWindow window;
+    window.show();
+    window.view()->awakeFromNib(options);
+    window.addPanelMenus();
+    QWidget* cues = window.view()->cueDocument()->window();
+    ASSERT_NE(cues, nullptr);
+    rz48test::waitUntil([&] { return window.isVisible() && cues->isVisible(); }, 2000);
+
+    for (QWidget* w : {static_cast<QWidget*>(&window), cues}) {
+        EXPECT_TRUE(area.contains(w->frameGeometry())) << w->objectName().toStdString() << " at "
+                                                       << w->frameGeometry().x() << "," << w->frameGeometry().y() << " "
+                                                       << w->frameGeometry().width() << "x" << w->frameGeometry().height();
+    }
+    QTabWidget* tabs = window.view()->tabView();
+    for (int i = 0; i < tabs->count(); ++i) {
+        tabs->setCurrentIndex(i);
+        rz48test::waitUntil([] { return false; }, 100); // let the layout settle
+        const QStringList found = squeezed(&window);
+        EXPECT_TRUE(found.isEmpty()) << "tab " << i << ": " << found.join(QStringLiteral("; ")).toStdString();
+    }
+    const QStringList found = squeezed(cues);
+    EXPECT_TRUE(found.isEmpty()) << "cue window: " << found.join(QStringLiteral("; ")).toStdString();
+}
+
+} // namespace
