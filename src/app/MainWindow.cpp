@@ -3,6 +3,7 @@
 #include "cuewindow/CueDocument.h"
 #include "common/Alerts.h"
 #include "link/ComThread.h"
+#include "panel/ConnectionController.h"
 #include "panel/MainTab.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
@@ -11,7 +12,9 @@
 #include <QAction>
 #include <QCoreApplication>
 #include <QKeySequence>
+#include <QLabel>
 #include <QMenuBar>
+#include <QStatusBar>
 #include <QScrollArea>
 
 MainWindow::MainWindow(QWidget* parent)
@@ -61,6 +64,24 @@ void MainWindow::addPanelMenus()
     QAction* cueList = windows->addAction(tr("&Cue list"), this, cues(&CueDocument::showWindows));
     cueList->setObjectName(QStringLiteral("menuWindowCueList"));
     cueList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+
+    QMenu* unit = menuBar()->addMenu(tr("&Unit"));
+    unit->setObjectName(QStringLiteral("menuUnit"));
+    QAction* reconnect = unit->addAction(tr("&Reconnect"), this, [this] { view_->connection()->reconnect(); });
+    reconnect->setObjectName(QStringLiteral("menuUnitReconnect"));
+    reconnect->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+
+    // Where the unit is, at all times.
+    auto* status = new QLabel(this);
+    status->setObjectName(QStringLiteral("labelConnection"));
+    statusBar()->addWidget(status, 1);
+    auto showState = [this, status] {
+        status->setText(view_->connection()->statusText());
+        status->setToolTip(view_->connection()->reasons().join(u'\n'));
+    };
+    connect(view_->connection(), &ConnectionController::stateChanged, status, showState);
+    connect(view_->updates(), &UpdateController::firmwareReported, status, showState);
+    showState();
 
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
     tools->setObjectName(QStringLiteral("menuTools"));
@@ -116,6 +137,7 @@ QString MainWindow::shortcutsText()
     return tr("Ctrl+O  open a cue sheet (appends to the list)\n"
               "Ctrl+S  save the cue sheet\n"
               "Ctrl+L  show the cue list window\n"
+              "Ctrl+R  look for the unit again (every port)\n"
               "Ctrl+C / Ctrl+V  copy / paste cues (cue list window)\n"
               "Ctrl+Q  quit\n"
               "Up / Down, mouse wheel  step a value by one (steppers)\n"

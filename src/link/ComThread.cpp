@@ -11,6 +11,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -40,7 +41,6 @@ void prepareSettings(termios& sp)
 
 ComThread::ComThread()
     : namePatterns_(rz48::serial::defaultNamePatterns())
-    , driverCheck_(&rz48::serial::ftdiDriverPresent)
 {
 }
 
@@ -51,8 +51,22 @@ ComThread::~ComThread()
 
 ComThread::Port::~Port()
 {
-    if (fd >= 0)
+    if (fd >= 0) {
+        ::ioctl(fd, TIOCNXCL); // the next program may open the port again
         ::close(fd);
+    }
+}
+
+bool ComThread::driverMissing() const
+{
+    if (driverCheck_)
+        return !driverCheck_();
+#ifdef __linux__
+    // Only an FTDI adapter that is there with no driver bound asks for one.
+    return rz48::serial::unboundFtdiAdapter(usbDevices_);
+#else
+    return !rz48::serial::ftdiDriverPresent();
+#endif
 }
 
 void ComThread::adoptPort(int fd)
@@ -63,6 +77,7 @@ void ComThread::adoptPort(int fd)
 QStringList ComThread::candidatePorts(bool* directoryRead)
 {
     QStringList paths;
+    skipped_.clear();
     *directoryRead = true;
     if (!explicitPort_.isEmpty())
         return {explicitPort_};
@@ -75,13 +90,21 @@ QStringList ComThread::candidatePorts(bool* directoryRead)
     while (const dirent* entry = ::readdir(dir)) {
         const QString name = QString::fromLocal8Bit(entry->d_name);
         for (const QString& pattern : namePatterns_) {
-            if (name.contains(pattern)) {
-                paths << searchDirectory_ + u'/' + name;
-                break;
-            }
+            if (!name.contains(pattern))
+                continue;
+            const QString path = searchDirectory_ + u'/' + name;
+            // Other serial gear on the machine (deck control, say) is never written to.
+            const rz48::serial::UsbIdentity id = rz48::serial::usbIdentity(path, sysClassTty_);
+            if (id.usb && id.vendor != QLatin1String(rz48::serial::kFtdiVendor))
+                skipped_ << QStringLiteral("%1: skipped: a USB serial adapter of vendor %2 (product %3), not the unit's FTDI adapter; nothing was written to it")
+                                .arg(path, id.vendor, id.product);
+            else
+                paths << path;
+            break;
         }
     }
     ::closedir(dir);
+    paths.sort();
     return paths;
 }
 
@@ -89,33 +112,57 @@ int32_t ComThread::openUsbSerial()
 {
     bool directoryRead = false;
     const QStringList paths = candidatePorts(&directoryRead);
-    if (!directoryRead)
+    searchReport_.clear();
+    if (!directoryRead) {
+        searchReport_ << QStringLiteral("%1: cannot be read").arg(searchDirectory_);
         return -1;
+    }
 
-    prepareSettings(sp_);
     for (const QString& path : paths) {
         QString reason;
-        const ProbeResult result = probe(path, reason);
+        const ProbeResult result = tryPort(path, reason);
         if (result == ProbeResult::Found) {
             rz48::diag("found RZ-48 on port %s\n", path.toLocal8Bit().constData());
-            com_ = QFileInfo(path).fileName();
+            searchReport_ << QStringLiteral("%1: opened; answered the probe: an RZ-48").arg(path);
             return 0;
         }
         if (result == ProbeResult::CannotOpen) {
             rz48::diag("failed to open %s\n", path.toLocal8Bit().constData());
             rz48::diag("%s\n", reason.toLocal8Bit().constData());
+            searchReport_ << QStringLiteral("%1: cannot be opened: %2").arg(path, reason);
+        } else {
+            searchReport_ << QStringLiteral("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
         }
     }
 
-    if (paths.isEmpty())
-        rz48::diag("%s\n", rz48::serial::noAdapterLine(searchDirectory_, namePatterns_).toLocal8Bit().constData());
-    for (const QString& line : rz48::serial::claimedAdapters(usbDevices_))
+    if (paths.isEmpty()) {
+        const QString none = rz48::serial::noAdapterLine(searchDirectory_, namePatterns_);
+        rz48::diag("%s\n", none.toLocal8Bit().constData());
+        searchReport_ << none;
+    }
+    for (const QString& line : skipped_ + rz48::serial::claimedAdapters(usbDevices_)) {
         rz48::diag("%s\n", line.toLocal8Bit().constData());
-    if (driverCheck_ && !driverCheck_())
+        searchReport_ << line;
+    }
+    if (driverMissing())
         rz48::showAlert(QStringLiteral("install USB driver found at ") + QLatin1String(kDriverPage));
     com_ = QStringLiteral("RZ48 not found");
+    portPath_.clear();
+    usbSerial_.clear();
     adoptPort(-1);
     return -1;
+}
+
+ComThread::ProbeResult ComThread::tryPort(const QString& path, QString& reason)
+{
+    prepareSettings(sp_);
+    const ProbeResult result = probe(path, reason);
+    if (result == ProbeResult::Found) {
+        com_ = QFileInfo(path).fileName();
+        portPath_ = path;
+        usbSerial_ = rz48::serial::usbIdentity(path, sysClassTty_).serial;
+    }
+    return result;
 }
 
 QStringList ComThread::listPorts()
@@ -143,7 +190,7 @@ QStringList ComThread::listPorts()
             break;
         }
     }
-    lines << rz48::serial::claimedAdapters(usbDevices_);
+    lines << skipped_ << rz48::serial::claimedAdapters(usbDevices_);
     return lines;
 }
 
@@ -244,6 +291,10 @@ void ComThread::enqueue(MsgClass message)
     if (port_->fd == -1 || !worker_.isRunning())
         return; // not connected: dropped silently
     std::lock_guard lock(port_->ioLock);
+    if (port_->txArray.size() >= size_t(kMaxQueued)) {
+        rz48::diag("transmit queue full (%d messages): a command was refused\n", kMaxQueued);
+        return;
+    }
     port_->txArray.push_back(std::move(message));
     port_->txCount = int(port_->txArray.size());
 }
@@ -294,13 +345,32 @@ int32_t ComThread::bytesAvailable() const
 }
 
 // Runs on the link thread: it touches nothing but `port` and `context`.
+namespace {
+
+// Whether the port has gone away: the far end hung up, or the device is gone.
+bool hungUp(int fd)
+{
+    pollfd p {fd, POLLIN, 0};
+    if (::poll(&p, 1, 0) < 0)
+        return errno != EINTR;
+    return (p.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+}
+
+bool goneError(int error)
+{
+    return error == EIO || error == ENXIO || error == ENODEV || error == EBADF;
+}
+
+} // namespace
+
 void ComThread::run(Port& port, rz48::WorkerContext& context)
 {
     const int fd = port.fd;
     const auto bytesAvailable = [fd] { return rz48::serial::bytesWaiting(fd); };
     int chunkNumber = 0;
     char buffer[kChunkSize];
-    while (!context.aborting()) {
+    bool gone = false;
+    while (!context.aborting() && !gone) {
         MsgClass next;
         bool haveNext = false;
         {
@@ -315,20 +385,31 @@ void ComThread::run(Port& port, rz48::WorkerContext& context)
         if (haveNext) {
             // One write normally takes the whole message; a full output
             // buffer gets a bounded number of retries, never a freeze.
-            rz48::serial::writeAll(fd, next.buffer().constData(), size_t(next.buffer().size()), 50, 2000,
-                                   &context.abort);
-            for (int i = 0; i < kAnswerWaitTicks && !context.aborting(); ++i) {
-                if (bytesAvailable() != 0)
+            errno = 0;
+            if (!rz48::serial::writeAll(fd, next.buffer().constData(), size_t(next.buffer().size()), 50, 2000,
+                                        &context.abort)
+                && goneError(errno))
+                gone = true;
+            bool answered = false;
+            for (int i = 0; i < kAnswerWaitTicks && !context.aborting() && !gone; ++i) {
+                if (bytesAvailable() != 0) {
+                    answered = true;
                     break;
+                }
+                gone = hungUp(fd);
                 ::usleep(kTick);
             }
+            port.unanswered = answered ? 0 : port.unanswered + 1;
         }
 
-        if (bytesAvailable() > 0) {
+        if (!gone && bytesAvailable() > 0) {
+            port.unanswered = 0;
             do {
                 const ssize_t n = ::read(fd, buffer, sizeof buffer);
-                if (n <= 0)
-                    break; // a read error ends the burst
+                if (n <= 0) { // a read error ends the burst
+                    gone = n < 0 && goneError(errno);
+                    break;
+                }
                 MsgClass chunk;
                 chunk.txBytes(buffer, uint32_t(n));
                 chunk.setText(QString::asprintf("%d", ++chunkNumber));
@@ -336,7 +417,21 @@ void ComThread::run(Port& port, rz48::WorkerContext& context)
                 ::usleep(kTick);
             } while (!context.aborting() && bytesAvailable() > 0);
         }
-        ::usleep(kTick);
+        gone = gone || hungUp(fd);
+        if (!gone)
+            ::usleep(kTick);
+    }
+    if (gone) {
+        // What was still queued goes nowhere: dropped, and counted.
+        {
+            std::lock_guard lock(port.ioLock);
+            port.dropped = int(port.txArray.size());
+            port.txArray.clear();
+            port.txCount = 0;
+        }
+        port.lost = true;
+        rz48::diag("the unit's port went away (%d queued commands dropped)\n", port.dropped.load());
+        context.callParent("threadLinkLost");
     }
     rz48::diag("run() complete\n");
 }

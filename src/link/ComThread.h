@@ -34,16 +34,43 @@ public:
     void setNamePatterns(const QStringList& patterns) { namePatterns_ = patterns; }
     // A port named explicitly is the only one probed; the search is skipped.
     void setExplicitPort(const QString& path) { explicitPort_ = path; }
-    // Replaces the platform's driver check (for tests and other platforms).
+    // Replaces the platform's driver check (for tests and other platforms);
+    // none restores it: on Linux, an FTDI adapter with no driver bound.
     void setDriverCheck(std::function<bool()> check) { driverCheck_ = std::move(check); }
+    // Where the serial ports' devices are described (default /sys/class/tty).
+    void setSysClassTty(const QString& directory) { sysClassTty_ = directory; }
     // Where other programs' lock files are (default /var/lock) and where the
     // USB devices are listed (default /sys/bus/usb/devices).
     void setLockDirectory(const QString& directory) { lockDirectory_ = directory; }
     void setUsbDevices(const QString& directory) { usbDevices_ = directory; }
 
     // For support: every candidate port and what was found on it (opened
-    // or why not, answered the probe or not), and adapters without a port.
+    // or why not, answered the probe or not, skipped as another vendor's
+    // adapter), and adapters without a port.
     QStringList listPorts();
+    // What the last search found, in the listing's words, without probing again.
+    const QStringList& searchReport() const { return searchReport_; }
+
+    enum class ProbeResult { Found, CannotOpen, NoAnswer };
+    // The ports a search tries: the explicit port, or the entries of the
+    // search directory named like a USB serial adapter, less those of another
+    // vendor than FTDI (never written to). False in `directoryRead` when the
+    // directory cannot be read.
+    QStringList candidatePorts(bool* directoryRead);
+    // Opens and probes one port; on Found it becomes the link's port.
+    ProbeResult tryPort(const QString& path, QString& reason);
+    // The full path of the port in use, and the USB serial number behind it.
+    const QString& portPath() const { return portPath_; }
+    const QString& usbSerial() const { return usbSerial_; }
+
+    // The link thread saw the port go away (hang-up, or the device gone);
+    // the commands still queued then were dropped and counted.
+    bool lost() const { return port_->lost.load(); }
+    int droppedCommands() const { return port_->dropped.load(); }
+    // Commands in a row that got no answer within the wait.
+    int unanswered() const { return port_->unanswered.load(); }
+    // The transmit queue holds at most this many messages; more are refused.
+    static constexpr int kMaxQueued = 10000;
 
     void startThread(QObject* parent);
     void stopThread();
@@ -80,10 +107,12 @@ private:
         std::mutex ioLock;               // guards txArray
         std::deque<MsgClass> txArray;
         std::atomic<int> txCount {0};    // size of txArray, readable without the lock
+        std::atomic<bool> lost {false};
+        std::atomic<int> dropped {0};
+        std::atomic<int> unanswered {0};
     };
 
-    enum class ProbeResult { Found, CannotOpen, NoAnswer };
-    QStringList candidatePorts(bool* directoryRead);
+    bool driverMissing() const;
     // Opens and probes one port; on Found it stays open. `reason` says why not.
     ProbeResult probe(const QString& path, QString& reason);
     // Makes `fd` (or -1: none) the port; the one held so far is let go.
@@ -95,6 +124,10 @@ private:
     termios sp_ {};
     termios old_sp_ {};
     QString com_;
+    QString portPath_;
+    QString usbSerial_;
+    QStringList searchReport_;
+    QStringList skipped_; // candidates of another vendor, with why
 
     QString searchDirectory_ = QStringLiteral("/dev");
     QStringList namePatterns_;
@@ -102,6 +135,7 @@ private:
     std::function<bool()> driverCheck_;
     QString lockDirectory_ = QStringLiteral("/var/lock");
     QString usbDevices_ = QStringLiteral("/sys/bus/usb/devices");
+    QString sysClassTty_ = QStringLiteral("/sys/class/tty");
 
     rz48::Worker worker_ {"link thread"};
 };

@@ -105,7 +105,7 @@ QString openFailureReason(const QString& path, int error)
 QStringList defaultNamePatterns()
 {
 #ifdef __linux__
-    return {QStringLiteral("tty.usbserial"), QStringLiteral("ttyUSB")};
+    return {QStringLiteral("tty.usbserial"), QStringLiteral("ttyUSB"), QStringLiteral("ttyACM")};
 #else
     return {QStringLiteral("tty.usbserial")};
 #endif
@@ -250,6 +250,50 @@ PortHandle::~PortHandle()
 {
     if (owned)
         ::close(fd);
+}
+
+bool unboundFtdiAdapter(const QString& sysfsDevices)
+{
+    const QDir root(sysfsDevices);
+    for (const QString& device : root.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::System)) {
+        if (device.contains(u':') || readTrimmed(root.filePath(device + QStringLiteral("/idVendor"))) != QLatin1String(kFtdiVendor))
+            continue;
+        bool bound = false;
+        for (const QString& iface : root.entryList({device + QStringLiteral(":*")}, QDir::Dirs | QDir::System))
+            bound = bound || QFileInfo(root.filePath(iface + QStringLiteral("/driver"))).isSymLink()
+                || !QDir(root.filePath(iface)).entryList({QStringLiteral("ttyUSB*")}, QDir::Dirs | QDir::System).isEmpty();
+        if (!bound)
+            return true;
+    }
+    return false;
+}
+
+UsbIdentity usbIdentity(const QString& portPath, const QString& sysClassTty)
+{
+    UsbIdentity id;
+#ifdef __linux__
+    // The port's own name (a symbolic link counts as its target), then its
+    // device in sysfs, then up to the USB device that has a vendor.
+    const QString real = QFileInfo(portPath).canonicalFilePath();
+    if (real.isEmpty())
+        return id;
+    QString dir = QFileInfo(sysClassTty + u'/' + QFileInfo(real).fileName() + QStringLiteral("/device")).canonicalFilePath();
+    for (int depth = 0; !dir.isEmpty() && dir != QLatin1String("/") && depth < 8; ++depth) {
+        const QString vendor = readTrimmed(dir + QStringLiteral("/idVendor"));
+        if (!vendor.isEmpty()) {
+            id.usb = true;
+            id.vendor = vendor;
+            id.product = readTrimmed(dir + QStringLiteral("/idProduct"));
+            id.serial = readTrimmed(dir + QStringLiteral("/serial"));
+            break;
+        }
+        dir = QFileInfo(dir).path();
+    }
+#else
+    Q_UNUSED(portPath);
+    Q_UNUSED(sysClassTty);
+#endif
+    return id;
 }
 
 } // namespace rz48::serial

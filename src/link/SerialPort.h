@@ -63,6 +63,23 @@ QString busyReason(const QString& path, const QString& holder);
 // because another driver or service holds them: one line each, saying what
 // to do. `sysfsDevices` is /sys/bus/usb/devices.
 QStringList claimedAdapters(const QString& sysfsDevices);
+// Whether an FTDI USB serial adapter is plugged in with no driver bound to
+// it (the case for installing the driver). `sysfsDevices` as above.
+bool unboundFtdiAdapter(const QString& sysfsDevices);
+
+// What is behind a serial port, where the platform says: on Linux, the USB
+// device of a ttyUSB/ttyACM port read from sysfs (`sysClassTty` is
+// /sys/class/tty); elsewhere, and for a port with no USB device behind it (a
+// pseudo-terminal, a symbolic link to one), nothing.
+struct UsbIdentity {
+    bool usb = false;
+    QString vendor;  // "0403" for FTDI
+    QString product;
+    QString serial;
+};
+UsbIdentity usbIdentity(const QString& portPath, const QString& sysClassTty);
+inline constexpr const char* kFtdiVendor = "0403";
+
 // The line for a search that found no candidate entry at all.
 QString noAdapterLine(const QString& directory, const QStringList& patterns);
 

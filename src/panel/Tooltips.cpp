@@ -19,6 +19,7 @@ const Tip kTips[] = {
     // The tab bar's arrows, when the window is too narrow for every tab
     {"ScrollLeftButton", "Show the tabs further left"},
     {"ScrollRightButton", "Show the tabs further right"},
+    {"bannerNotConnected", "No unit is connected: why, and what to do"},
     // Video tab
     {"rateMatrix", "Reference: flat, pull-down (0.1 % slower) or chosen by the unit from its input"},
     {"priorityMatrix", "Which input the unit follows when both HDMI and SDI carry picture"},

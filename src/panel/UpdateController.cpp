@@ -14,6 +14,7 @@
 
 #include <QLabel>
 #include <QProgressBar>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -23,6 +24,7 @@
 namespace {
 
 constexpr uint32_t kProgressHideTicks = 50;
+constexpr int kQuietBeforeQueries = 1500; // ms
 
 } // namespace
 
@@ -134,6 +136,7 @@ void UpdateController::checkMicroVersion(const QString& current, const QString& 
     if (!verdict)
         return;
     firmwareVersion_ = verdict->current;
+    emit firmwareReported();
     if (verdict->tooOld)
         rz48::showAlert(QStringLiteral("update micro to %1 or greater").arg(minimum));
     rz48::diag("%s ", verdict->current.toUtf8().constData());
@@ -281,5 +284,11 @@ void UpdateController::threadUpdateComplete(Progress progress)
     if (comThread_ && comThread_->fd() >= 0) {
         comThread_->setBaud(38400);
         comThread_->startThread(parent());
+        // The unit leaves its update mode after a second without data: only
+        // then is it asked for its state again.
+        QTimer::singleShot(kQuietBeforeQueries, this, [this] {
+            if (comThread_ && comThread_->isRunning())
+                emit linkBack();
+        });
     }
 }

@@ -44,6 +44,13 @@ public:
     void timer_service();
     void checkMicroVersion(const QString& current, const QString& minimum);
 
+signals:
+    // An update is over and the link runs again: the unit's state is read anew.
+    void linkBack();
+    // A "k" report said which firmware the unit runs.
+    void firmwareReported();
+
+public:
     MicroUpdateThread* microUpdateThread() const { return micro_.get(); }
     FirmwareUpdateThread* firmwareUpdateThread() const { return firmware_.get(); }
     uint32_t progressDowncount() const { return progress_downcount; }

@@ -7,6 +7,7 @@
 #include "pages/AnnunciatorView.h"
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
+#include "panel/ConnectionController.h"
 #include "panel/MainTab.h"
 #include "panel/Tooltips.h"
 #include "codecs/ReportRouter.h"
@@ -17,6 +18,7 @@
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMimeData>
 #include <QTabWidget>
@@ -62,6 +64,14 @@ void rz48View::buildWindow()
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 6);
+    // While no unit is connected, the window says so above every control.
+    banner_ = new QLabel(this);
+    banner_->setObjectName(QStringLiteral("bannerNotConnected"));
+    banner_->setWordWrap(true);
+    banner_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    banner_->setStyleSheet(QStringLiteral("QLabel { background: #fff0c0; color: #402000; border: 1px solid #c08000; padding: 6px; }"));
+    banner_->hide();
+    layout->addWidget(banner_);
     tabViewRz48 = new QTabWidget(this);
     tabViewRz48->setObjectName(QStringLiteral("tabViewRz48"));
     layout->addWidget(tabViewRz48);
@@ -77,6 +87,10 @@ void rz48View::buildWindow()
     mainTab_ = new MainTab;
     monitorView_ = new MonitorView;
     updates_ = new UpdateController(this);
+    connection_ = new ConnectionController(this);
+    connect(connection_, &ConnectionController::stateChanged, this, &rz48View::showConnection);
+    connect(connection_, &ConnectionController::connected, this, &rz48View::onConnected);
+    connect(updates_, &UpdateController::linkBack, this, &rz48View::sendStartupQueries);
     punchView_ = new PunchView;
     annunciatorView_ = new AnnunciatorView;
     tabViewRz48->addTab(mainTab_, tr("Video"));
@@ -148,20 +162,52 @@ void rz48View::awakeFromNib(const LinkOptions& options)
                 cueDocument_->window()->showMinimized();
         });
 
-    if (comThread_->openUsbSerial() == 0) {
-        punchView_->setComThread(comThread_.get());
-        monitorView_->setComThread(comThread_.get());
-        annunciatorView_->setComThread(comThread_.get());
-        cueDocument_->setComThread(comThread_.get());
-        mainTab_->setComThread(comThread_.get());
-        comThread_->startThread(this);
-        aTimer->start();
-        for (const char* query : rz48::kStartupQueries)
-            comThread_->sendString(QString::fromLatin1(query));
+    // The pages keep the one link; what they send while it is down goes nowhere.
+    punchView_->setComThread(comThread_.get());
+    monitorView_->setComThread(comThread_.get());
+    annunciatorView_->setComThread(comThread_.get());
+    cueDocument_->setComThread(comThread_.get());
+    mainTab_->setComThread(comThread_.get());
+    connection_->setUp(comThread_.get(), options, [this] { return updates_->firmwareVersion(); });
+    if (!connection_->start())
+        showConnection(); // the title says the unit was not found
+}
+
+void rz48View::onConnected()
+{
+    comThread_->startThread(this);
+    aTimer->start();
+    sendStartupQueries();
+    showConnection();
+}
+
+void rz48View::sendStartupQueries()
+{
+    for (const char* query : rz48::kStartupQueries)
+        comThread_->sendString(QString::fromLatin1(query));
+}
+
+void rz48View::threadLinkLost()
+{
+    if (!comThread_)
+        return;
+    comThread_->stopThread();
+    connection_->linkLost();
+}
+
+void rz48View::showConnection()
+{
+    const bool connected = connection_->isConnected();
+    banner_->setVisible(!connected);
+    if (!connected) {
+        QString text = tr("Not connected: changes are not sent to a unit.") + u'\n' + connection_->statusText();
+        for (const QString& reason : connection_->reasons())
+            text += u'\n' + reason;
+        banner_->setText(text);
     }
     QString title = QStringLiteral("RZ48 version ") + shortVersion() + u'-';
-    if (!comThread_->com().isEmpty())
-        title += comThread_->com();
+    if (comThread_ && !comThread_->com().isEmpty())
+        title += connected ? comThread_->com() : QStringLiteral("RZ48 not found");
     if (QWidget* w = window())
         w->setWindowTitle(title);
 }
@@ -206,6 +252,7 @@ void rz48View::windowClosing()
 {
     // An update in progress ends first ("operation aborted, ..."), then the link.
     updates_->stop();
+    connection_->stop();
     // The pages lose their link before it goes.
     monitorView_->setComThread(nullptr);
     punchView_->setComThread(nullptr);

@@ -14,7 +14,9 @@
 
 class AnnunciatorView;
 class ComThread;
+class ConnectionController;
 class CueDocument;
+class QLabel;
 class MainTab;
 class MonitorView;
 class PunchView;
@@ -34,6 +36,8 @@ public:
 
     // The link's thread hands every chunk it reads to this, on the main thread.
     Q_INVOKABLE void threadHasMsg(MsgClass chunk);
+    // The link's thread saw the port go away.
+    Q_INVOKABLE void threadLinkLost();
     void processRxString(const QString& line);
     void timer_service();
     // The panel's own window is closing: stop the link.
@@ -53,6 +57,7 @@ public:
     QTabWidget* tabView() const { return tabViewRz48; }
     MainTab* mainTab() const { return mainTab_; }
     UpdateController* updates() const { return updates_; }
+    ConnectionController* connection() const { return connection_; }
     CueDocument* cueDocument() const { return cueDocument_.get(); }
     MonitorView* monitorView() const { return monitorView_; }
     PunchView* punchView() const { return punchView_; }
@@ -69,6 +74,10 @@ protected:
 private:
     void buildWindow();
     void registerReports();
+    // The unit answered: the link starts and the start-up queries go out.
+    void onConnected();
+    void sendStartupQueries();
+    void showConnection();
 
     // Long-lived objects.
     std::unique_ptr<MsgClass> msg_;
@@ -85,6 +94,8 @@ private:
     QTabWidget* tabViewRz48 = nullptr;
     MainTab* mainTab_ = nullptr;
     UpdateController* updates_ = nullptr;
+    ConnectionController* connection_ = nullptr;
+    QLabel* banner_ = nullptr;
     MonitorView* monitorView_ = nullptr;
     PunchView* punchView_ = nullptr;
     AnnunciatorView* annunciatorView_ = nullptr;

@@ -288,17 +288,36 @@ TEST_F(LinkTest, StopThreadTwiceIsHarmless)
     EXPECT_EQ(link.txCount(), 0);
 }
 
-TEST_F(LinkTest, HangUpEndsTheBurstAndTheLinkKeepsRunning)
+// The unit goes away mid-session: the link notices within about a second,
+// tells its parent once, and drops (and counts) what was still queued.
+TEST_F(LinkTest, HangUpIsNoticedAndTheQueueDropped)
 {
     emu::PtyHost& unit = connect();
+    unit.setAnswerDelay(5000ms); // the queue stays full: every command waits out its 300 ms
+    for (int i = 0; i < 20; ++i)
+        link.sendString(QStringLiteral("A"));
     unit.inject(std::string(600, 'z'));
     unit.hangUp();
     ASSERT_TRUE(waitUntil([&] { return unit.hungUp(); }, 3000));
+    ASSERT_TRUE(waitUntil([&] { return recorder.losses > 0; }, 3000));
+    EXPECT_TRUE(link.lost());
+    EXPECT_GT(link.droppedCommands(), 5);
+    EXPECT_EQ(link.txCount(), 0);
     EXPECT_EQ(link.bytesAvailable(), 0);
-    link.sendString(QStringLiteral("A"));
-    link.sendString(QStringLiteral("C"));
-    ASSERT_TRUE(waitUntil([&] { return link.txCount() == 0; }, 3000));
-    EXPECT_TRUE(link.isRunning());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(recorder.losses, 1);
+    link.stopThread();
+}
+
+TEST_F(LinkTest, TheQueueIsBounded)
+{
+    emu::PtyHost& unit = connect();
+    unit.setAnswerDelay(5000ms);
+    rz48::DiagCapture out;
+    for (int i = 0; i < ComThread::kMaxQueued + 5; ++i)
+        link.sendString(QStringLiteral("A"));
+    EXPECT_LE(link.txCount(), ComThread::kMaxQueued);
+    EXPECT_NE(out.text().find("transmit queue full (10000 messages): a command was refused\n"), std::string::npos);
     link.stopThread();
 }
 

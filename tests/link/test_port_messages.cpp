@@ -1,12 +1,14 @@
 // What the link says when it cannot use a port: held by another program,
 // no adapter at all, an adapter that another driver holds; and the support
 // listing of every candidate port.
+#include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -16,6 +18,12 @@
 #include <unistd.h>
 
 namespace {
+
+class RecordingAlerts : public rz48::AlertSink {
+public:
+    void showAlert(const QString& message, const QString&) override { messages << message; }
+    QStringList messages;
+};
 
 class PortMessages : public ::testing::Test {
 protected:
@@ -77,7 +85,7 @@ TEST_F(PortMessages, NoAdapterAtAll)
     rz48::DiagCapture out;
     EXPECT_EQ(link.openUsbSerial(), -1);
     EXPECT_NE(out.text().find("no USB serial adapter found: nothing in " + dev.path().toStdString()
-                              + " is named like tty.usbserial or ttyUSB; is the unit's USB adapter plugged in?\n"),
+                              + " is named like tty.usbserial or ttyUSB or ttyACM; is the unit's USB adapter plugged in?\n"),
               std::string::npos)
         << out.text();
     EXPECT_EQ(link.com(), QStringLiteral("RZ48 not found"));
@@ -111,6 +119,50 @@ TEST_F(PortMessages, AdapterHeldByAnotherDriver)
         << out.text();
     EXPECT_EQ(out.text().find("1-2"), std::string::npos);
     EXPECT_EQ(out.text().find("2-1"), std::string::npos);
+
+    // The driver alert: not while every FTDI adapter has a driver (1-1 is
+    // bound, if to another one), but when one has none at all.
+    link.setDriverCheck(nullptr);
+    RecordingAlerts alerts;
+    rz48::setAlertSink(&alerts);
+    link.openUsbSerial();
+    EXPECT_TRUE(alerts.messages.isEmpty());
+    ASSERT_TRUE(root.mkpath(QStringLiteral("1-3")) && root.mkpath(QStringLiteral("1-3:1.0")));
+    write(QStringLiteral("1-3/idVendor"), "0403\n");
+    link.openUsbSerial();
+    ASSERT_EQ(alerts.messages.size(), 1);
+    EXPECT_TRUE(alerts.messages[0].startsWith(QStringLiteral("install USB driver found at ")));
+    rz48::setAlertSink(nullptr);
+}
+
+// A USB serial port of another vendor (deck control, say) is listed with
+// why it was skipped and never written to; a pseudo-terminal is never filtered.
+TEST_F(PortMessages, OtherVendorsAdaptersAreNeverWrittenTo)
+{
+    emu::PtyHost deck, unit;
+    ASSERT_TRUE(deck.start(dev.path().toStdString(), "ttyUSB4"));
+    ASSERT_TRUE(unit.start(dev.path().toStdString(), "ttyUSB5"));
+    // sysfs: the deck's port (named after its pseudo-terminal) sits on a USB device of vendor 067b.
+    const QDir sys(usb.path());
+    const QString pts = QFileInfo(QString::fromStdString(deck.slavePath())).fileName();
+    ASSERT_TRUE(sys.mkpath(QStringLiteral("devices/usb1/1-4/1-4:1.0/tty")) && sys.mkpath(QStringLiteral("class/tty/") + pts));
+    QFile vendor(sys.filePath(QStringLiteral("devices/usb1/1-4/idVendor")));
+    ASSERT_TRUE(vendor.open(QIODevice::WriteOnly));
+    vendor.write("067b\n");
+    vendor.close();
+    ASSERT_EQ(::symlink(sys.filePath(QStringLiteral("devices/usb1/1-4/1-4:1.0")).toLocal8Bit().constData(),
+                        sys.filePath(QStringLiteral("class/tty/") + pts + QStringLiteral("/device")).toLocal8Bit().constData()),
+              0);
+    link.setSysClassTty(sys.filePath(QStringLiteral("class/tty")));
+
+    const QStringList lines = link.listPorts();
+    EXPECT_TRUE(lines.contains(dev.filePath(QStringLiteral("ttyUSB4")) + QStringLiteral(
+        ": skipped: a USB serial adapter of vendor 067b (product ), not the unit's FTDI adapter; nothing was written to it")))
+        << lines.join(u'\n').toStdString();
+    EXPECT_TRUE(lines.contains(dev.filePath(QStringLiteral("ttyUSB5")) + QStringLiteral(": opened; answered the probe: an RZ-48")));
+    EXPECT_EQ(link.openUsbSerial(), 0);
+    EXPECT_EQ(deck.unit().probeCount(), 0);
+    EXPECT_TRUE(deck.unit().commands().empty());
 }
 
 TEST_F(PortMessages, ListingForSupport)

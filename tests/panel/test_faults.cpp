@@ -1,12 +1,15 @@
 // The panel against a misbehaving unit: silent from the start, hanging up
-// mid-session, sending a storm of random bytes, or a system-exclusive
-// message that never ends.
+// mid-session and coming back, appearing after the panel started, sending a
+// storm of random bytes, or a system-exclusive message that never ends.
 #include "common/Diagnostics.h"
+#include "codecs/ProtocolTables.h"
 #include "link/MsgClass.h"
+#include "panel/ConnectionController.h"
 #include "support/PanelFixture.h"
 
 #include <QCheckBox>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QPlainTextEdit>
 #include <QTest>
 #include <QTimer>
@@ -45,18 +48,97 @@ TEST_F(PanelTest, SilentUnitStillGetsEveryQueryAndThePanelStaysResponsive)
     EXPECT_LT(longestGap, 1000); // the window never froze
 }
 
-TEST_F(PanelTest, HangUpMidSession)
+using State = ConnectionController::State;
+
+// The last `n` commands the unit received.
+std::vector<std::string> lastCommands(const emu::PtyHost& host, size_t n)
+{
+    const auto all = const_cast<emu::PtyHost&>(host).unit().commands();
+    return all.size() < n ? all : std::vector<std::string>(all.end() - long(n), all.end());
+}
+
+const std::vector<std::string> kStartup(rz48::kStartupQueries.begin(), rz48::kStartupQueries.end());
+
+TEST_F(PanelTest, UnitLostMidSessionAndFoundAgain)
 {
     startWithUnit();
-    host.hangUp();
-    ASSERT_TRUE(waitUntil([&] { return host.hungUp(); }));
+    auto* banner = find<QLabel>("bannerNotConnected");
+    EXPECT_TRUE(banner->isHidden());
+    host.setAnswerDelay(std::chrono::milliseconds(5000)); // what is sent now stays queued
     for (int i = 0; i < 5; ++i)
         view->comThread()->sendString(QStringLiteral("Q"));
-    ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000)); // written into the void
-    EXPECT_TRUE(view->comThread()->isRunning());
+    host.hangUp();
+    ASSERT_TRUE(waitUntil([&] { return view->connection()->state() == State::Lost; }, 5000));
+    EXPECT_EQ(view->comThread()->txCount(), 0); // dropped, not written into the void
+    EXPECT_GE(view->comThread()->droppedCommands(), 1);
+    EXPECT_FALSE(view->comThread()->isRunning());
+    EXPECT_FALSE(banner->isHidden());
+    EXPECT_TRUE(banner->text().contains(QStringLiteral("Not connected: changes are not sent to a unit.")));
+    EXPECT_TRUE(banner->text().contains(QStringLiteral("Lost: ") + QString::fromStdString(host.linkPath())));
     view->processRxString(QStringLiteral("Q 1")); // the window still works
+
+    // Power-cycled with bypass off, back under the same name: found again,
+    // asked for its state in the start-up order, and the controls follow.
+    host.stop();
+    host.setAnswerDelay(std::chrono::milliseconds(0));
+    host.unit().setFields('Q', {0});
+    std::string error;
+    ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
+    ASSERT_TRUE(waitUntil([&] { return view->connection()->state() == State::Connected; }, 5000));
+    ASSERT_TRUE(waitUntil([&] { return lastCommands(host, 1) == std::vector<std::string> {"t"}; }, 15000));
+    EXPECT_EQ(lastCommands(host, kStartup.size()), kStartup);
+    ASSERT_TRUE(waitUntil([&] { return !find<QCheckBox>("checkBoxBypass")->isChecked(); }, 3000));
+    EXPECT_TRUE(banner->isHidden());
     window->close();
     EXPECT_EQ(view->comThread(), nullptr);
+}
+
+TEST_F(PanelTest, PanelStartedBeforeTheUnit)
+{
+    view->awakeFromNib(noUnit());
+    EXPECT_EQ(view->connection()->state(), State::NotFound);
+    auto* banner = find<QLabel>("bannerNotConnected");
+    EXPECT_FALSE(banner->isHidden());
+    EXPECT_TRUE(banner->text().contains(QStringLiteral("no USB serial adapter found")));
+    std::string error;
+    ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
+    ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 15000));
+    EXPECT_EQ(view->connection()->state(), State::Connected);
+    EXPECT_TRUE(banner->isHidden());
+}
+
+TEST_F(PanelTest, ExplicitPortThatAppearsLater)
+{
+    LinkOptions options = noUnit();
+    options.explicitPort = dir.filePath(QStringLiteral("later"));
+    view->awakeFromNib(options);
+    EXPECT_EQ(view->connection()->state(), State::NotFound);
+    emu::PtyHost other; // a unit under another name is not the one asked for
+    std::string error;
+    ASSERT_TRUE(other.start(dir.path().toStdString(), "tty.usbserial-OTHER", &error)) << error;
+    ASSERT_TRUE(host.start(dir.path().toStdString(), "later", &error)) << error;
+    ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 15000));
+    EXPECT_EQ(other.unit().probeCount(), 0);
+    EXPECT_EQ(view->comThread()->portPath(), options.explicitPort);
+}
+
+TEST_F(PanelTest, PortThatNeverAnswersIsProbedOnce)
+{
+    host.unit().setSilent(true);
+    std::string error;
+    ASSERT_TRUE(host.start(dir.path().toStdString(), "ttyUSB5", &error)) << error;
+    rz48::DiagCapture out;
+    view->awakeFromNib(noUnit());
+    EXPECT_EQ(view->connection()->state(), State::NotFound);
+    const int probes = host.unit().probeCount();
+    EXPECT_GT(probes, 0);
+    QTest::qWait(3500); // three retries
+    EXPECT_EQ(host.unit().probeCount(), probes);
+    const std::string line = "ttyUSB5: opened; no answer to the probe";
+    const std::string text = out.text();
+    EXPECT_EQ(text.find(line), text.rfind(line)) << text; // said once
+    view->connection()->reconnect(); // asked for: probed again
+    EXPECT_GT(host.unit().probeCount(), probes);
 }
 
 TEST_F(PanelTest, StormOfRandomBytesStaysBounded)

@@ -19,10 +19,12 @@ class ChunkRecorder : public QObject {
     Q_OBJECT
 public:
     Q_INVOKABLE void threadHasMsg(MsgClass chunk);
+    Q_INVOKABLE void threadLinkLost() { ++losses; }
 
     QByteArray allBytes() const;
     std::vector<MsgClass> chunks;
     bool allOnMainThread = true;
+    int losses = 0;
 };
 
 } // namespace rz48test

@@ -82,11 +82,15 @@ protected:
         return waitUntil([&] { return label->text() == message && !view->updates()->microUpdateThread()->isRunning(); }, ms);
     }
 
-    // The link runs again at 38400 and a command round-trips.
+    // The link runs again at 38400, the unit is asked for its state again
+    // (the start-up queries), and a command round-trips.
     void expectLinkBack()
     {
         EXPECT_TRUE(view->comThread()->isRunning());
         EXPECT_EQ(view->comThread()->getBaud(), 38400);
+        waitUntil([] { return false; }, 1800); // the queries go out once the unit has left its update mode
+        EXPECT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }, 15000));
+        waitUntil([] { return false; }, 400); // the last answer comes in
         host.unit().powerCycle();
         auto* bypass = find<QCheckBox>("checkBoxBypass");
         const bool on = !bypass->isChecked();
@@ -113,6 +117,8 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     EXPECT_TRUE(host.unit().flash() == expected);
     EXPECT_NE(out.text().find("sent 'L' command\nL response bytes: 4 chars: \nRIM>\nsending RIM record\n"), std::string::npos);
     EXPECT_EQ(view->tabView()->currentIndex(), 2);
+    // The unit's state is read anew once the link is back: the start-up queries, "t" last.
+    EXPECT_TRUE(waitUntil([&] { return host.unit().commands().back() == "t"; }, 15000));
     expectLinkBack();
 }
 
