@@ -79,6 +79,16 @@ def main(results, output):
             out.write("| %s | `%s` | %s | %s | %s | %s |\n" % (program, name, shown, extra, text, verdict))
         out.write("\n## The idle panel\n\n")
         out.write((idle or "not measured") + " (target: next to nothing; `bench/idle_cpu.sh build-release/src/rz48panel`).\n")
+        out.write("\n## Soak\n\n")
+        soak_path = os.path.join(os.path.dirname(results), "soak.txt")
+        if os.path.exists(soak_path):
+            with open(soak_path) as f:
+                lines = [l.strip() for l in f if l.startswith("soak:")]
+            out.write("`scripts/soak MINUTES` (the Release panel against its emulated unit hanging up, garbling and "
+                      "coming back at random; resident memory each minute), last run:\n\n")
+            out.write("".join("    %s\n" % l for l in lines))
+        else:
+            out.write("not run: `scripts/soak 10` writes build-release/soak.txt, which this report includes\n")
         out.write("\n## Commands\n\n")
         for _, name, _, _, _, _, command in rows:
             out.write("- `%s`: `%s`\n" % (name, command))

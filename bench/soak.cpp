@@ -120,14 +120,20 @@ int main(int argc, char** argv)
         }
     }
 
-    // The end: the unit is well, with bypass on; the panel must show it.
+    // The end: the unit is power-cycled, well, with bypass on; once it is
+    // found again the panel must show it.
     host.unit().setGarbage(false);
-    host.unit().setFields('Q', {1});
-    view->connection()->reconnect();
+    host.hangUp();
+    waitFor([&] { return host.hungUp(); }, 2000);
+    host.stop();
+    const bool wasChecked = bypass->isChecked();
+    host.unit().setFields('Q', {wasChecked ? 0 : 1});
+    if (!host.start(dir.path().toStdString(), name, &error)) {
+        std::fprintf(stderr, "soak: the emulated unit did not come back: %s\n", error.c_str());
+        return 1;
+    }
     const bool connected = waitFor([&] { return view->connection()->isConnected(); }, 15000);
-    const int lines = view->linesProcessed();
-    view->comThread()->sendString(QStringLiteral("Q"));
-    const bool shown = connected && waitFor([&] { return view->linesProcessed() > lines && bypass->isChecked(); }, 15000);
+    const bool shown = connected && waitFor([&] { return bypass->isChecked() != wasChecked; }, 15000);
     std::fprintf(stderr, "soak: %d hang-ups, %d garbled spells, %d bursts, %d operator changes; resident %.1f MiB at the end\n",
                 hangUps, garbles, bursts, clicks, residentMiB());
     if (!shown) {

@@ -70,6 +70,8 @@ void MainWindow::addPanelMenus()
     QAction* reconnect = unit->addAction(tr("&Reconnect"), this, [this] { view_->connection()->reconnect(); });
     reconnect->setObjectName(QStringLiteral("menuUnitReconnect"));
     reconnect->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    QAction* port = unit->addAction(tr("&Port..."), this, [this] { view_->connection()->choosePort(); });
+    port->setObjectName(QStringLiteral("menuUnitPort"));
 
     // Where the unit is, at all times.
     auto* status = new QLabel(this);

@@ -1,5 +1,8 @@
 #include "app/MessageBoxAlerts.h"
 
+#include <QCoreApplication>
+#include <QInputDialog>
+
 #include <QFileDialog>
 #include <QMessageBox>
 
@@ -39,4 +42,11 @@ QString FileDialogPanel::openPath(const QString& title, const QStringList& suffi
     for (const QString& s : suffixes)
         patterns << QStringLiteral("*.%1").arg(s);
     return QFileDialog::getOpenFileName(parent_, title, QString(), patterns.join(u' '));
+}
+
+int MessageBoxAlerts::askChoice(const QString& message, const QStringList& choices)
+{
+    bool ok = false;
+    const QString chosen = QInputDialog::getItem(parent_, QCoreApplication::applicationName(), message, choices, 0, false, &ok);
+    return ok ? int(choices.indexOf(chosen)) : -1;
 }

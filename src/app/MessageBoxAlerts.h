@@ -15,6 +15,7 @@ public:
     }
     void showAlert(const QString& message, const QString& informative) override;
     rz48::SaveChoice askSaveChanges(const QString& message) override;
+    int askChoice(const QString& message, const QStringList& choices) override;
 
 private:
     QPointer<QWidget> parent_;

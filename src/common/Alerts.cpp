@@ -28,4 +28,9 @@ SaveChoice askSaveChanges(const QString& message)
     return g_sink ? g_sink->askSaveChanges(message) : SaveChoice::Discard;
 }
 
+int askChoice(const QString& message, const QStringList& choices)
+{
+    return g_sink ? g_sink->askChoice(message, choices) : -1;
+}
+
 } // namespace rz48

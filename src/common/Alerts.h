@@ -3,6 +3,7 @@
 // sink that shows a real message box, tests install one that records them.
 // Without a sink the alert is printed as a diagnostic line.
 #include <QString>
+#include <QStringList>
 
 namespace rz48 {
 
@@ -15,6 +16,8 @@ public:
     virtual void showAlert(const QString& message, const QString& informative) = 0;
     // Unsaved work is about to be lost: save it, discard it, or stay.
     virtual SaveChoice askSaveChanges(const QString& message) { return SaveChoice::Discard; }
+    // One of `choices`, by index; -1 when cancelled.
+    virtual int askChoice(const QString& message, const QStringList& choices) { return -1; }
 };
 
 // Installs the sink (nullptr restores printing). Not owned.
@@ -22,5 +25,7 @@ void setAlertSink(AlertSink* sink);
 void showAlert(const QString& message, const QString& informative = QString());
 // Without a sink, unsaved work is discarded (nobody is there to ask).
 SaveChoice askSaveChanges(const QString& message);
+// Without a sink nobody chooses: -1.
+int askChoice(const QString& message, const QStringList& choices);
 
 } // namespace rz48

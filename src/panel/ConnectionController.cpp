@@ -1,5 +1,6 @@
 #include "panel/ConnectionController.h"
 
+#include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "link/ComThread.h"
 #include "link/SerialPort.h"
@@ -63,6 +64,44 @@ void ConnectionController::reconnect()
     setState(State::Searching);
     if (!retry(true))
         setState(lostSince_.isValid() ? State::Lost : State::NotFound);
+}
+
+void ConnectionController::choosePort()
+{
+    if (!link_)
+        return;
+    // A second link looks at every port but the one in use (which it finds busy).
+    ComThread scout;
+    scout.setSearchDirectory(options_.searchDirectory.isEmpty() ? QStringLiteral("/dev") : options_.searchDirectory);
+    scout.setExplicitPort(options_.explicitPort);
+    scout.setDriverCheck([] { return true; });
+    QStringList units;
+    if (isConnected())
+        units << link_->portPath();
+    const QString answered = QStringLiteral(": opened; answered the probe: an RZ-48");
+    for (const QString& line : scout.listPorts())
+        if (line.endsWith(answered))
+            units << line.chopped(answered.size());
+    if (units.size() < 2) {
+        rz48::showAlert(units.isEmpty() ? tr("No RZ-48 answers on any port.") : tr("Only one RZ-48 answers: %1").arg(units.first()));
+        return;
+    }
+    const int chosen = rz48::askChoice(tr("More than one RZ-48 answers. Which one should the panel use?"), units);
+    if (chosen < 0 || (isConnected() && units[chosen] == link_->portPath()))
+        return;
+    emit leaving();
+    QString why;
+    if (link_->tryPort(units[chosen], why) == ComThread::ProbeResult::Found) {
+        rz48::diag("found RZ-48 on port %s\n", units[chosen].toLocal8Bit().constData());
+        lostSince_ = QDateTime();
+        reasons_.clear();
+        state_ = State::Searching;
+        setState(State::Connected);
+        emit connected();
+    } else {
+        reasons_ = {tr("%1: %2").arg(units[chosen], why.isEmpty() ? tr("no answer to the probe") : why)};
+        setState(State::NotFound);
+    }
 }
 
 void ConnectionController::linkLost()

@@ -33,6 +33,9 @@ public:
     bool start();
     // Unit > Reconnect: every candidate, now, forgetting which were silent.
     void reconnect();
+    // Unit > Port: every unit that answers; when there is more than one, the
+    // operator chooses, and the link moves to the chosen one.
+    void choosePort();
     // The link thread saw the port go away.
     void linkLost();
     // The window closes: no more searching.
@@ -50,6 +53,8 @@ signals:
     // The unit answered on a port: the window starts the link and asks the
     // unit for its state.
     void connected();
+    // The link is about to move to another port: its thread must stop first.
+    void leaving();
 
 private:
     void tick();

@@ -90,6 +90,10 @@ void rz48View::buildWindow()
     connection_ = new ConnectionController(this);
     connect(connection_, &ConnectionController::stateChanged, this, &rz48View::showConnection);
     connect(connection_, &ConnectionController::connected, this, &rz48View::onConnected);
+    connect(connection_, &ConnectionController::leaving, this, [this] {
+        if (comThread_)
+            comThread_->stopThread();
+    });
     connect(updates_, &UpdateController::linkBack, this, &rz48View::sendStartupQueries);
     punchView_ = new PunchView;
     annunciatorView_ = new AnnunciatorView;
@@ -175,6 +179,9 @@ void rz48View::awakeFromNib(const LinkOptions& options)
 
 void rz48View::onConnected()
 {
+    // Nothing half-received from an earlier connection is read as this one's.
+    if (msg_)
+        msg_ = std::make_unique<MsgClass>();
     comThread_->startThread(this);
     aTimer->start();
     sendStartupQueries();

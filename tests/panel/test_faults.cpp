@@ -122,6 +122,24 @@ TEST_F(PanelTest, ExplicitPortThatAppearsLater)
     EXPECT_EQ(view->comThread()->portPath(), options.explicitPort);
 }
 
+TEST_F(PanelTest, ChoosingBetweenTwoUnits)
+{
+    startWithUnit();
+    emu::PtyHost second;
+    std::string error;
+    ASSERT_TRUE(second.start(dir.path().toStdString(), "tty.usbserial-SECOND", &error)) << error;
+    const QString first = view->comThread()->portPath();
+    alerts.choice = 1;
+    view->connection()->choosePort();
+    ASSERT_EQ(alerts.choices.size(), 2);
+    EXPECT_EQ(alerts.choices[0], first); // the unit in use first
+    EXPECT_EQ(alerts.choices[1], QString::fromStdString(second.linkPath()));
+    EXPECT_EQ(view->comThread()->portPath(), QString::fromStdString(second.linkPath()));
+    ASSERT_TRUE(waitUntil([&] { return lastCommands(second, 1) == std::vector<std::string> {"t"}; }, 15000));
+    EXPECT_EQ(lastCommands(second, kStartup.size()), kStartup);
+    EXPECT_EQ(view->connection()->state(), State::Connected);
+}
+
 TEST_F(PanelTest, PortThatNeverAnswersIsProbedOnce)
 {
     host.unit().setSilent(true);

@@ -27,9 +27,17 @@ public:
         questions << message;
         return answer;
     }
+    int askChoice(const QString& message, const QStringList& offered) override
+    {
+        questions << message;
+        choices = offered;
+        return choice;
+    }
     QStringList messages;
     QStringList questions;
+    QStringList choices;
     rz48::SaveChoice answer = rz48::SaveChoice::Cancel;
+    int choice = -1;
 };
 
 // File panels that answer with the paths a test sets.
