@@ -1,6 +1,7 @@
 #include "common/TextValue.h"
 
 #include <climits>
+#include <charconv>
 #include <cstdlib>
 
 namespace rz48 {
@@ -31,9 +32,18 @@ int intValue(const QString& text)
 
 double doubleValue(const QString& text)
 {
+    // The longest valid prefix, with '.' as the decimal point whatever the
+    // locale (strtod would follow the environment's, which Qt applies).
     const QByteArray s = text.trimmed().toLatin1();
-    // strtod reads the longest valid prefix; the C locale keeps the decimal point a '.'.
-    return std::strtod(s.constData(), nullptr);
+    const char* first = s.constData();
+    const char* last = first + s.size();
+    const bool negative = first != last && *first == '-';
+    if (first != last && (*first == '+' || *first == '-'))
+        ++first;
+    double value = 0;
+    if (first == last || *first == '-' || *first == '+' || std::from_chars(first, last, value).ec != std::errc())
+        return 0;
+    return negative ? -value : value;
 }
 
 } // namespace rz48

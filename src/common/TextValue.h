@@ -7,6 +7,6 @@
 namespace rz48 {
 
 int intValue(const QString& text);       // saturates at the 32-bit limits
-double doubleValue(const QString& text); // decimal point, optional exponent
+double doubleValue(const QString& text); // "." as the decimal point in any locale, optional exponent
 
 } // namespace rz48

@@ -5,6 +5,9 @@
 #include "codecs/ReportScanner.h"
 #include "codecs/VersionCheck.h"
 
+#include <clocale>
+#include <cstdlib>
+
 #include <gtest/gtest.h>
 
 using namespace rz48;
@@ -112,6 +115,23 @@ TEST(TextValue, ReadsLeadingNumbers)
     EXPECT_EQ(intValue(QStringLiteral("99999999999")), INT_MAX);
     EXPECT_EQ(doubleValue(QStringLiteral(" 0.51x")), 0.51);
     EXPECT_EQ(doubleValue(QString()), 0.0);
+    EXPECT_EQ(doubleValue(QStringLiteral("-1.5e1")), -15.0);
+    EXPECT_EQ(doubleValue(QStringLiteral("+.25")), 0.25);
+    EXPECT_EQ(doubleValue(QStringLiteral("--1")), 0.0);
+}
+
+// Typed seconds read the same under a decimal-comma locale (made by scripts/setup).
+TEST(TextValue, DecimalPointInADecimalCommaLocale)
+{
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8"))
+        GTEST_SKIP() << "no de_DE.UTF-8 locale here (scripts/setup makes it)";
+    const double comma = std::strtod("1,5", nullptr); // the locale is really in force
+    EXPECT_EQ(doubleValue(QStringLiteral("1.99")), 1.99);
+    EXPECT_EQ(doubleValue(QStringLiteral("0.29")), 0.29);
+    EXPECT_EQ(doubleValue(QStringLiteral("1,99")), 1.0); // a comma ends the number
+    std::setlocale(LC_ALL, before.c_str());
+    EXPECT_EQ(comma, 1.5);
 }
 
 } // namespace
