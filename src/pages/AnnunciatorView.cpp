@@ -384,8 +384,8 @@ void AnnunciatorView::placeBox(int item, const QPointF& mouse)
 void AnnunciatorView::mousePressEvent(QMouseEvent* event)
 {
     const QPointF p = event->position();
-    if (!rect().contains(p.toPoint()) || width() <= 0 || height() <= 0) {
-        PreviewView::mousePressEvent(event);
+    if (event->button() != Qt::LeftButton || !rect().contains(p.toPoint()) || width() <= 0 || height() <= 0) {
+        PreviewView::mousePressEvent(event); // only the primary button picks up a box
         return;
     }
     // Qt's y grows downward; the page's points up.
@@ -404,7 +404,7 @@ void AnnunciatorView::mousePressEvent(QMouseEvent* event)
 void AnnunciatorView::mouseMoveEvent(QMouseEvent* event)
 {
     const QPointF p = event->position();
-    if (!rect().contains(p.toPoint()) || width() <= 0 || height() <= 0) {
+    if (!(event->buttons() & Qt::LeftButton) || !rect().contains(p.toPoint()) || width() <= 0 || height() <= 0) {
         PreviewView::mouseMoveEvent(event);
         return;
     }
@@ -413,6 +413,7 @@ void AnnunciatorView::mouseMoveEvent(QMouseEvent* event)
 
 void AnnunciatorView::mouseReleaseEvent(QMouseEvent* event)
 {
-    dragItem = None;
+    if (event->button() == Qt::LeftButton)
+        dragItem = None;
     PreviewView::mouseReleaseEvent(event);
 }

@@ -178,6 +178,10 @@ QPointF PunchView::toPicture(const QPointF& p) const
 
 void PunchView::mousePressEvent(QMouseEvent* event)
 {
+    if (event->button() != Qt::LeftButton) {
+        PreviewView::mousePressEvent(event);
+        return; // only the primary button places the punch
+    }
     punchPoint_ = toPicture(event->position());
     setDraw(1);
     PreviewView::mousePressEvent(event);

@@ -295,6 +295,10 @@ TEST_F(OverlayPageTest, PressNearABoxAndDragIt)
     EXPECT_EQ(AnnunciatorView::dragItem, 1);
     QTest::mouseRelease(page, Qt::LeftButton, {}, viewPoint({a.x() - 15, a.y() + a.height() / 2}));
     EXPECT_EQ(AnnunciatorView::dragItem, 0);
+    // Another button picks up nothing.
+    QTest::mousePress(page, Qt::RightButton, {}, viewPoint({a.x() - 15, a.y() + a.height() / 2}));
+    EXPECT_EQ(AnnunciatorView::dragItem, 0);
+    QTest::mouseRelease(page, Qt::RightButton, {}, viewPoint({a.x() - 15, a.y() + a.height() / 2}));
     // Far from every box: nothing.
     QTest::mousePress(page, Qt::LeftButton, {}, viewPoint({1800, 600}));
     EXPECT_EQ(AnnunciatorView::dragItem, 0);

@@ -171,6 +171,11 @@ TEST_F(PagesTest, MousePlacesThePunchWithYPointingUp)
     QTest::mouseClick(punch, Qt::LeftButton, {}, QPoint(w / 2, h / 2));
     EXPECT_NEAR(punch->punchPoint().x(), 960, 1920.0 / w);
     EXPECT_NEAR(punch->punchPoint().y(), 540, 1080.0 / h);
+    // Only the primary button places it.
+    for (Qt::MouseButton other : {Qt::RightButton, Qt::MiddleButton}) {
+        QTest::mouseClick(punch, other, {}, QPoint(w / 4, h / 4));
+        EXPECT_NEAR(punch->punchPoint().x(), 960, 1920.0 / w);
+    }
 }
 
 TEST_F(PagesTest, CornerClickIsClampedAndSentOnceWithItsTrigger)
