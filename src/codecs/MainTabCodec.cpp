@@ -80,7 +80,11 @@ double trimDisplayValue(int trim)
 
 int trimFromDisplayValue(double shown)
 {
-    const double scaled = std::trunc(shown * 50.0);
+    // Truncated toward zero, as the field's decimal digits say: 0.58 is 29
+    // fiftieths, though 0.58 x 50 comes out a hair below 29 in binary.
+    constexpr double kTolerance = 1e-6; // far below a fiftieth
+    const double product = shown * 50.0;
+    const double scaled = std::trunc(product + (product < 0 ? -kTolerance : kTolerance));
     if (!(scaled > double(INT_MIN)))
         return std::isnan(scaled) ? 0 : INT_MIN;
     if (scaled >= double(INT_MAX))

@@ -52,6 +52,10 @@ TEST(MainTabCommands, TrimIsShownDividedBy50AndTruncatedBack)
     EXPECT_EQ(trimFromDisplayValue(0.5), 25);
     EXPECT_EQ(trimFromDisplayValue(0.51), 25);
     EXPECT_EQ(trimFromDisplayValue(-0.51), -25); // toward zero
+    EXPECT_EQ(trimFromDisplayValue(0.58), 29);
+    // Every value a report can set reads back as itself from the field's text.
+    for (int n = -5000; n <= 5000; ++n)
+        ASSERT_EQ(trimFromDisplayValue(doubleValue(QString::number(trimDisplayValue(n)))), n) << n;
     EXPECT_EQ(trimFromDisplayValue(1e300), INT_MAX);
     EXPECT_EQ(trimFromDisplayValue(std::nan("")), 0);
 }
