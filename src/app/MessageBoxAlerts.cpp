@@ -8,11 +8,20 @@
 
 void MessageBoxAlerts::showAlert(const QString& message, const QString& informative)
 {
+    // The same alert while it is still open is not stacked on itself.
+    std::erase_if(open_, [](const QPointer<QMessageBox>& b) { return b.isNull(); });
+    for (const QPointer<QMessageBox>& open : open_) {
+        if (open->text() == message && open->informativeText() == informative) {
+            open->raise();
+            return;
+        }
+    }
     auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("RZ48"), message, QMessageBox::Ok, parent_);
     box->setInformativeText(informative);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(parent_ ? Qt::WindowModal : Qt::ApplicationModal);
     box->open();
+    open_.push_back(box);
 }
 
 rz48::SaveChoice MessageBoxAlerts::askSaveChanges(const QString& message)

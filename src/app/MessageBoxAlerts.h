@@ -4,7 +4,10 @@
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
 
+#include <QMessageBox>
 #include <QPointer>
+
+#include <vector>
 #include <QWidget>
 
 class MessageBoxAlerts : public rz48::AlertSink {
@@ -19,6 +22,7 @@ public:
 
 private:
     QPointer<QWidget> parent_;
+    std::vector<QPointer<QMessageBox>> open_;
 };
 
 // Open and save panels as file dialogs.

@@ -10,6 +10,7 @@
 #include "widgets/WindowClose.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QCommandLineParser>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -109,6 +110,8 @@ int main(int argc, char** argv)
         ? std::make_unique<QCoreApplication>(argc, argv)
         : std::make_unique<QApplication>(argc, argv);
     QCoreApplication& app = *application;
+    if (!windowless) // the desktop entry's name, so that docks show the program's icon
+        QGuiApplication::setDesktopFileName(QStringLiteral("org.rz48.Panel"));
     if (parser.isSet(QStringLiteral("help")))
         parser.showHelp(0);
     if (parser.isSet(QStringLiteral("version")))

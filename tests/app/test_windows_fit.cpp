@@ -3,11 +3,13 @@
 // inside the screen's available area, and no visible control is smaller than
 // it needs (the panel scrolls instead).
 #include "app/MainWindow.h"
+#include "app/MessageBoxAlerts.h"
 #include "cuewindow/CueDocument.h"
 #include "panel/rz48View.h"
 #include "support/TestSupport.h"
 
 #include <QGuiApplication>
+#include <QMessageBox>
 #include <QScreen>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -67,6 +69,19 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
     }
     const QStringList found = squeezed(cues);
     EXPECT_TRUE(found.isEmpty()) << "cue window: " << found.join(QStringLiteral("; ")).toStdString();
+}
+
+// An alert that is still open is not stacked again; another one is shown.
+TEST(Alerts, TheSameAlertIsNotStacked)
+{
+    QWidget parent;
+    parent.show();
+    MessageBoxAlerts alerts(&parent);
+    alerts.showAlert(QStringLiteral("install USB driver"), QString());
+    alerts.showAlert(QStringLiteral("install USB driver"), QString());
+    EXPECT_EQ(parent.findChildren<QMessageBox*>().size(), 1);
+    alerts.showAlert(QStringLiteral("update micro to 3.32.6 or greater"), QString());
+    EXPECT_EQ(parent.findChildren<QMessageBox*>().size(), 2);
 }
 
 } // namespace
