@@ -30,7 +30,7 @@ MainWindow::MainWindow(QWidget* parent)
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(view_);
     setCentralWidget(scroll);
-    resize(900, 760);
+    resize(1280, 820); // the previews readable; smaller screens get what they have
     rz48::fitOnScreen(this);
 }
 

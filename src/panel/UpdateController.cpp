@@ -284,11 +284,13 @@ void UpdateController::threadUpdateComplete(Progress progress)
     if (comThread_ && comThread_->fd() >= 0) {
         comThread_->setBaud(38400);
         comThread_->startThread(parent());
-        // The unit leaves its update mode after a second without data: only
-        // then is it asked for its state again.
-        QTimer::singleShot(kQuietBeforeQueries, this, [this] {
-            if (comThread_ && comThread_->isRunning())
-                emit linkBack();
-        });
+        // After a good update the unit is asked for its state again, once it
+        // has left its update mode (after a second without data). After a
+        // failed one it may still be in that mode: nothing more is sent.
+        if (progress.msg == QLatin1String("success!"))
+            QTimer::singleShot(kQuietBeforeQueries, this, [this] {
+                if (comThread_ && comThread_->isRunning())
+                    emit linkBack();
+            });
     }
 }

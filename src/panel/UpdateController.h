@@ -45,7 +45,7 @@ public:
     void checkMicroVersion(const QString& current, const QString& minimum);
 
 signals:
-    // An update is over and the link runs again: the unit's state is read anew.
+    // An update succeeded and the link runs again: the unit's state is read anew.
     void linkBack();
     // A "k" report said which firmware the unit runs.
     void firmwareReported();

@@ -80,8 +80,9 @@ void rz48View::buildWindow()
         auto* w = new QWidget;
         w->setObjectName(QLatin1String(name));
         auto* layout = new QHBoxLayout(w);
-        layout->addWidget(preview, 3, Qt::AlignTop);
-        layout->addWidget(preview->controls(), 2);
+        // The preview takes all the width the controls leave it.
+        layout->addWidget(preview, 1, Qt::AlignTop);
+        layout->addWidget(preview->controls(), 0);
         return w;
     };
     mainTab_ = new MainTab;
