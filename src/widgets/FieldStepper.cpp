@@ -36,23 +36,34 @@ int FieldStepper::value() const
 void FieldStepper::setQuietly(qint64 value)
 {
     const QSignalBlocker blockText(text_), blockStepper(stepper_);
-    text_->setText(rule_.show(value));
+    show(rule_.show(value));
     stepper_->setValue(int(value));
 }
 
 void FieldStepper::showStepperQuietly()
 {
     const QSignalBlocker block(text_);
-    text_->setText(rule_.show(stepper_->value()));
+    show(rule_.show(stepper_->value()));
+}
+
+void FieldStepper::show(const QString& text)
+{
+    text_->setText(text);
+    shown_ = text;
 }
 
 void FieldStepper::typed()
 {
+    // Leaving a field the page (or a report) filled in sends nothing: only
+    // what the operator typed does.
+    if (text_->text() == shown_)
+        return;
     int value = rule_.read(text_->text());
+    shown_ = text_->text();
     if (rule_.rewriteAboveMaximum && value > stepper_->maximum()) {
         value = stepper_->maximum();
         const QSignalBlocker block(text_);
-        text_->setText(rule_.show(value));
+        show(rule_.show(value));
     }
     entered_ = value;
     {

@@ -50,9 +50,11 @@ signals:
 private:
     void typed();
     void stepped();
+    void show(const QString& text);
 
     Rule rule_;
     int entered_ = 0;
+    QString shown_; // what the field says as the page last filled it in or read it
     QLineEdit* text_;
     Stepper* stepper_;
 };

@@ -226,6 +226,15 @@ TEST_F(OverlayPageTest, TimecodeSizeColoursAndVisibility)
     EXPECT_EQ(size->text(), QStringLiteral("4"));
     EXPECT_EQ(find<Stepper>("stepperTcSize")->value(), 4);
     EXPECT_EQ(page->thread()->tcFontSize(), 64);
+    // Leaving the field the page rewrote, or one a report filled in, sends nothing.
+    const size_t sent = host.unit().commands().size();
+    emit size->editingFinished();
+    AnnunciatorView::skipEcho = false; // not an echo of the page's own send
+    page->tcFromString(QStringLiteral("m 2 10 20 7"));
+    EXPECT_EQ(size->text(), QStringLiteral("2"));
+    emit size->editingFinished();
+    QTest::qWait(400);
+    EXPECT_EQ(host.unit().commands().size(), sent);
 }
 
 TEST_F(OverlayPageTest, ColourAndProtocolReports)
