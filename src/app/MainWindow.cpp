@@ -10,6 +10,7 @@
 #include "widgets/WindowPlacement.h"
 
 #include <QAction>
+#include <QIcon>
 #include <QCoreApplication>
 #include <QKeySequence>
 #include <QLabel>
@@ -17,11 +18,22 @@
 #include <QStatusBar>
 #include <QScrollArea>
 
+static QIcon programIcon()
+{
+    Q_INIT_RESOURCE(panel); // the icons live in this library
+    // The installed theme's icon, else the program's own.
+    QIcon own;
+    for (int size : {16, 32, 64, 256})
+        own.addFile(QStringLiteral(":/icons/org.rz48.Panel-%1.png").arg(size), QSize(size, size));
+    return QIcon::fromTheme(QStringLiteral("org.rz48.Panel"), own);
+}
+
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
     , view_(new rz48View(this))
 {
     setObjectName(QStringLiteral("panelWindow"));
+    setWindowIcon(programIcon());
     // On a small screen (or at a large scale) the panel scrolls rather than
     // squeezing its controls.
     auto* scroll = new QScrollArea(this);

@@ -51,6 +51,7 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
     window.show();
     window.view()->awakeFromNib(options);
     window.addPanelMenus();
+    EXPECT_FALSE(window.windowIcon().pixmap(32).isNull()); // the program's icon, not a generic one
     QWidget* cues = window.view()->cueDocument()->window();
     ASSERT_NE(cues, nullptr);
     rz48test::waitUntil([&] { return window.isVisible() && cues->isVisible(); }, 2000);
