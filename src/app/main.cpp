@@ -4,6 +4,7 @@
 #include "app/RZ48AppDelegate.h"
 #include "common/Diagnostics.h"
 #include "common/Program.h"
+#include "cuewindow/CueDocument.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 #include "panel/rz48View.h"
@@ -78,7 +79,7 @@ int main(int argc, char** argv)
                                     QStringLiteral("Search this directory for the unit instead of /dev."),
                                     QStringLiteral("directory"));
     const QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                        QStringLiteral("Write a PNG of the window once the start-up reports are in, then quit."),
+                                        QStringLiteral("Write a PNG of the window (and FILE-cues.png of the cue list window) once the start-up reports are in, then quit."),
                                         QStringLiteral("file"));
     const QCommandLineOption tab(QStringLiteral("tab"),
                                  QStringLiteral("Show this tab at start: 0 video, 1 streamer, 2 update, 3 punch, 4 overlay."),
@@ -172,7 +173,14 @@ int main(int argc, char** argv)
         }
         if (!shotFile.isEmpty() && window.view()->startupSettled()) {
             poll.stop();
-            const bool saved = window.grab().save(shotFile, "PNG");
+            bool saved = window.grab().save(shotFile, "PNG");
+            // The cue list window beside it, as FILE-cues.png.
+            if (CueDocument* cues = window.view()->cueDocument(); saved && cues && cues->window()) {
+                QString cuesFile = shotFile;
+                cuesFile.insert(shotFile.endsWith(QLatin1String(".png"), Qt::CaseInsensitive) ? shotFile.size() - 4 : shotFile.size(),
+                                QStringLiteral("-cues"));
+                saved = cues->window()->grab().save(cuesFile, "PNG");
+            }
             if (!saved)
                 std::fprintf(stderr, "rz48panel: cannot write %s\n", qPrintable(shotFile));
             window.close();
