@@ -43,12 +43,10 @@ int listPorts(const QString& directory, const QString& explicitPort)
         link.setSearchDirectory(directory);
     if (!explicitPort.isEmpty())
         link.setExplicitPort(explicitPort);
-    bool found = false;
-    for (const QString& line : link.listPorts()) {
+    QStringList answering;
+    for (const QString& line : link.listPorts(&answering))
         std::printf("%s\n", qPrintable(line));
-        found = found || line.endsWith(QLatin1String("answered the probe: an RZ-48"));
-    }
-    return found ? 0 : 3;
+    return answering.isEmpty() ? 3 : 0;
 }
 
 int usageError(const QString& message)

@@ -113,6 +113,7 @@ int32_t ComThread::openUsbSerial()
     bool directoryRead = false;
     const QStringList paths = candidatePorts(&directoryRead);
     searchReport_.clear();
+    silentPorts_.clear();
     if (!directoryRead) {
         searchReport_ << QStringLiteral("%1: cannot be read").arg(searchDirectory_);
         return -1;
@@ -121,17 +122,16 @@ int32_t ComThread::openUsbSerial()
     for (const QString& path : paths) {
         QString reason;
         const ProbeResult result = tryPort(path, reason);
+        searchReport_ << portLine(path, result, reason);
         if (result == ProbeResult::Found) {
             rz48::diag("found RZ-48 on port %s\n", path.toLocal8Bit().constData());
-            searchReport_ << QStringLiteral("%1: opened; answered the probe: an RZ-48").arg(path);
             return 0;
         }
         if (result == ProbeResult::CannotOpen) {
             rz48::diag("failed to open %s\n", path.toLocal8Bit().constData());
             rz48::diag("%s\n", reason.toLocal8Bit().constData());
-            searchReport_ << QStringLiteral("%1: cannot be opened: %2").arg(path, reason);
         } else {
-            searchReport_ << QStringLiteral("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
+            silentPorts_ << path;
         }
     }
 
@@ -153,6 +153,19 @@ int32_t ComThread::openUsbSerial()
     return -1;
 }
 
+QString ComThread::portLine(const QString& path, ProbeResult result, const QString& reason)
+{
+    switch (result) {
+    case ProbeResult::Found:
+        return QStringLiteral("%1: opened; answered the probe: an RZ-48").arg(path);
+    case ProbeResult::NoAnswer:
+        return QStringLiteral("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
+    case ProbeResult::CannotOpen:
+        break;
+    }
+    return QStringLiteral("%1: cannot be opened: %2").arg(path, reason);
+}
+
 ComThread::ProbeResult ComThread::tryPort(const QString& path, QString& reason)
 {
     prepareSettings(sp_);
@@ -165,7 +178,7 @@ ComThread::ProbeResult ComThread::tryPort(const QString& path, QString& reason)
     return result;
 }
 
-QStringList ComThread::listPorts()
+QStringList ComThread::listPorts(QStringList* answering)
 {
     QStringList lines;
     bool directoryRead = false;
@@ -177,17 +190,12 @@ QStringList ComThread::listPorts()
     prepareSettings(sp_);
     for (const QString& path : paths) {
         QString reason;
-        switch (probe(path, reason)) {
-        case ProbeResult::Found:
-            lines << QStringLiteral("%1: opened; answered the probe: an RZ-48").arg(path);
+        const ProbeResult result = probe(path, reason);
+        lines << portLine(path, result, reason);
+        if (result == ProbeResult::Found) {
             adoptPort(-1); // closes it
-            break;
-        case ProbeResult::NoAnswer:
-            lines << QStringLiteral("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
-            break;
-        case ProbeResult::CannotOpen:
-            lines << QStringLiteral("%1: cannot be opened: %2").arg(path, reason);
-            break;
+            if (answering)
+                *answering << path;
         }
     }
     lines << skipped_ << rz48::serial::claimedAdapters(usbDevices_);

@@ -47,9 +47,12 @@ public:
     // For support: every candidate port and what was found on it (opened
     // or why not, answered the probe or not, skipped as another vendor's
     // adapter), and adapters without a port.
-    QStringList listPorts();
+    // The ports where a unit answered go into `answering`.
+    QStringList listPorts(QStringList* answering = nullptr);
     // What the last search found, in the listing's words, without probing again.
     const QStringList& searchReport() const { return searchReport_; }
+    // The ports the last search opened that did not answer.
+    const QStringList& silentPorts() const { return silentPorts_; }
 
     enum class ProbeResult { Found, CannotOpen, NoAnswer };
     // The ports a search tries: the explicit port, or the entries of the
@@ -57,6 +60,8 @@ public:
     // vendor than FTDI (never written to). False in `directoryRead` when the
     // directory cannot be read.
     QStringList candidatePorts(bool* directoryRead);
+    // The listing's line for a port and what its probe found.
+    static QString portLine(const QString& path, ProbeResult result, const QString& reason);
     // Opens and probes one port; on Found it becomes the link's port.
     ProbeResult tryPort(const QString& path, QString& reason);
     // The full path of the port in use, and the USB serial number behind it.
@@ -127,6 +132,7 @@ private:
     QString portPath_;
     QString usbSerial_;
     QStringList searchReport_;
+    QStringList silentPorts_;
     QStringList skipped_; // candidates of another vendor, with why
 
     QString searchDirectory_ = QStringLiteral("/dev");

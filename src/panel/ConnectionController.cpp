@@ -39,11 +39,10 @@ bool ConnectionController::start()
     setState(State::Searching);
     const bool found = link_->openUsbSerial() == 0;
     reasons_ = found ? QStringList {} : link_->searchReport();
-    for (const QString& line : reasons_) {
+    for (const QString& line : reasons_)
         printed_.insert(line); // the search printed them
-        if (line.endsWith(QLatin1String("no answer to the probe (another device, or the unit is off)")))
-            silent_.insert(canonical(line.section(QLatin1String(": "), 0, 0)));
-    }
+    for (const QString& path : link_->silentPorts())
+        silent_.insert(canonical(path));
     timer_->start();
     if (found) {
         setState(State::Connected);
@@ -78,10 +77,7 @@ void ConnectionController::choosePort()
     QStringList units;
     if (isConnected())
         units << link_->portPath();
-    const QString answered = QStringLiteral(": opened; answered the probe: an RZ-48");
-    for (const QString& line : scout.listPorts())
-        if (line.endsWith(answered))
-            units << line.chopped(answered.size());
+    scout.listPorts(&units);
     if (units.size() < 2) {
         rz48::showAlert(units.isEmpty() ? tr("No RZ-48 answers on any port.") : tr("Only one RZ-48 answers: %1").arg(units.first()));
         return;
@@ -167,11 +163,14 @@ bool ConnectionController::retry(bool everyCandidate)
         if (!everyCandidate && !sameUnit(path))
             continue;
         if (silent_.contains(canonical(path))) {
-            reasons << tr("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
+            reasons << ComThread::portLine(path, ComThread::ProbeResult::NoAnswer, {});
             continue;
         }
         QString why;
-        switch (link_->tryPort(path, why)) {
+        const ComThread::ProbeResult result = link_->tryPort(path, why);
+        if (result != ComThread::ProbeResult::Found)
+            reasons << ComThread::portLine(path, result, why);
+        switch (result) {
         case ComThread::ProbeResult::Found:
             rz48::diag("found RZ-48 on port %s\n", path.toLocal8Bit().constData());
             lostSince_ = QDateTime();
@@ -181,10 +180,8 @@ bool ConnectionController::retry(bool everyCandidate)
             return true;
         case ComThread::ProbeResult::NoAnswer:
             silent_.insert(canonical(path));
-            reasons << tr("%1: opened; no answer to the probe (another device, or the unit is off)").arg(path);
             break;
         case ComThread::ProbeResult::CannotOpen:
-            reasons << tr("%1: cannot be opened: %2").arg(path, why);
             break;
         }
     }
