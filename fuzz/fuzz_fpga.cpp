@@ -1,6 +1,7 @@
-// The FPGA relay's batches of an .mcs file's lines, and the echo check of
-// each batch against what the unit sends back.
+// The check of an .mcs file, the FPGA relay's batches of its lines, and the
+// echo check of each batch against what the unit sends back.
 #include "FuzzSupport.h"
+#include "update/FirmwareCheck.h"
 #include "update/UpdateImages.h"
 
 #include <QStringList>
@@ -8,6 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const size_t half = size / 2;
+    rz48::update::checkFpgaConfiguration(QByteArray(reinterpret_cast<const char*>(data), qsizetype(half))).verdict();
     const QStringList lines = QString::fromLatin1(reinterpret_cast<const char*>(data), qsizetype(half)).split(u'\n');
     const QByteArray unit(reinterpret_cast<const char*>(data + half), qsizetype(size - half));
     qsizetype next = 0;

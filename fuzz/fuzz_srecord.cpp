@@ -1,7 +1,8 @@
-// S-record lines, "j" report lines, and a whole .s19 file turned into the
-// records of a microcontroller update.
+// S-record lines, "j" report lines, the check of a whole .s19 file, and the
+// file turned into the records of a microcontroller update.
 #include "FuzzSupport.h"
 #include "common/Diagnostics.h"
+#include "update/FirmwareCheck.h"
 #include "update/SRecord.h"
 #include "update/UpdateImages.h"
 
@@ -25,5 +26,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (size_t i = 0; i < settings.buffer.size() && i < size; ++i)
         settings.buffer[i] = data[i];
     rz48::update::microRecords(text, settings);
+    rz48::update::checkMicroProgram(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size))).verdict();
     return 0;
 }

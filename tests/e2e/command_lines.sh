@@ -2,7 +2,7 @@
 # Every program's command line, with no display: --help and --version print
 # and exit 0; a usage error says so on standard error and exits 2.
 set -u
-panel="$1"; cue="$2"; emu="$3"
+panel="$1"; cue="$2"; emu="$3"; fw="$4"
 fail=0
 run() { env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$@" >"$out" 2>"$err"; }
 out=$(mktemp); err=$(mktemp)
@@ -12,7 +12,7 @@ expect() { # status, what it is about, command...
   run "$@"; local got=$?
   [ "$got" -eq "$want" ] || { echo "$what: exit $got, not $want: $(head -c 300 "$err")"; fail=1; }
 }
-for program in "$panel" "$cue" "$emu"; do
+for program in "$panel" "$cue" "$emu" "$fw"; do
   name=$(basename "$program")
   expect 0 "$name --help" "$program" --help
   grep -q "^Usage: " "$out" || { echo "$name --help printed no usage"; fail=1; }
@@ -25,4 +25,7 @@ expect 2 "rz48panel with a stray argument" "$panel" stray
 expect 2 "rz48panel --tab 9" "$panel" --tab 9
 expect 2 "rz48cue with no command" "$cue"
 expect 2 "rz48-emu --late soon" "$emu" --late soon
+expect 2 "rz48fw with no command" "$fw"
+expect 2 "rz48fw check with no file" "$fw" check
+expect 2 "rz48fw check of a .bin" "$fw" check image.bin
 exit $fail

@@ -1,0 +1,86 @@
+// rz48fw: checks an update file for the RZ-48 before the session, with the
+// same check the panel runs before it sends anything to the unit.
+#include "common/Program.h"
+#include "update/FirmwareCheck.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+
+#include <cstdio>
+
+namespace {
+
+constexpr qint64 kMaxFileBytes = 64 * 1024 * 1024;
+
+int usageError(const QString& message)
+{
+    std::fprintf(stderr, "rz48fw: %s (rz48fw --help tells how to use it)\n", qPrintable(message));
+    return 2;
+}
+
+int check(const QString& path)
+{
+    using namespace rz48::update;
+    const FirmwareKind kind = firmwareKindOf(path);
+    if (kind == FirmwareKind::Unknown)
+        return usageError(QStringLiteral("%1: the kind of file is told by its extension, .s19 or .mcs").arg(path));
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        std::fprintf(stderr, "rz48fw: cannot read %s: %s\n", qPrintable(path), qPrintable(file.errorString()));
+        return 3;
+    }
+    if (file.size() > kMaxFileBytes) {
+        std::fprintf(stderr, "rz48fw: %s has %lld bytes; an update file has at most %lld\n", qPrintable(path),
+                     static_cast<long long>(file.size()), static_cast<long long>(kMaxFileBytes));
+        return 1;
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        std::fprintf(stderr, "rz48fw: cannot read %s: %s\n", qPrintable(path), qPrintable(file.errorString()));
+        return 3;
+    }
+    const FirmwareCheck result = checkFirmwareFile(kind, bytes);
+    for (const QString& warning : result.warnings)
+        std::fprintf(stderr, "rz48fw: warning: line %s\n", qPrintable(warning));
+    std::printf("%s\n", qPrintable(result.verdict()));
+    return result.ok ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    rz48::nameProgram("rz48fw");
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Checks an RZ-48 update file, as the panel does before it sends anything to the unit.\n"
+        "\n"
+        "  rz48fw check FILE   FILE.s19 (microcontroller program) or FILE.mcs (FPGA configuration).\n"
+        "                      Prints \"ok\" with the record count and the address range, or the\n"
+        "                      first bad line as \"LINE: why\" (lines counted from 1). What the update\n"
+        "                      leaves out of a good file (S1 data below 0x8000, S2/S3 data) is\n"
+        "                      named in warnings on standard error.\n"
+        "\n"
+        "Exit status: 0 good, 1 refused, 2 wrong usage, 3 the file cannot be read."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("check"), QStringLiteral("The command."));
+    parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The update file, .s19 or .mcs."));
+    if (!parser.parse(app.arguments()))
+        return usageError(parser.errorText());
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.isEmpty())
+        return usageError(QStringLiteral("no command"));
+    if (arguments.first() != QLatin1String("check"))
+        return usageError(QStringLiteral("unknown command %1").arg(arguments.first()));
+    if (arguments.size() != 2)
+        return usageError(QStringLiteral("check takes one file"));
+    return check(arguments[1]);
+}
