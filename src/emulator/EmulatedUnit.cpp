@@ -97,6 +97,12 @@ std::string EmulatedUnit::receive(std::string_view bytes, Clock::time_point now)
     return out;
 }
 
+void EmulatedUnit::setLineSpeed(int bitsPerSecond)
+{
+    std::lock_guard lock(mutex_);
+    lineSpeed_ = bitsPerSecond;
+}
+
 std::string EmulatedUnit::tick(Clock::time_point now)
 {
     std::lock_guard lock(mutex_);
@@ -147,6 +153,8 @@ std::string EmulatedUnit::handleLine(const std::string& line, Clock::time_point 
     }
     if (letter == 'j' && hasFields) {
         const unsigned long address = std::strtoul(rest.c_str(), nullptr, 16);
+        if (long(address) == faults_.silentSettingsAt)
+            return {};
         char buf[16];
         std::snprintf(buf, sizeof buf, "j %lx", address);
         std::string body = buf;
@@ -270,6 +278,8 @@ std::string EmulatedUnit::receiveUpdateByte(unsigned char byte, Clock::time_poin
             updateLine_.push_back(char(byte));
         return {};
     case Mode::Download: {
+        if (lineSpeed_ != 0 && lineSpeed_ != kDownloadSpeed)
+            return {}; // noise at the wrong speed
         // Each character is echoed as it comes in; the CR that ends a batch
         // comes back as CR LF.
         lastDownload_ = now;

@@ -33,15 +33,21 @@ public:
         bool noReady = false;           // the FPGA erase ends in an error, not "ready"
         int corruptEchoBatch = -1;      // this FPGA batch (0 = first) is echoed wrong
         int eraseMs = 200;              // how long the FPGA flash erase takes
+        int silentSettingsAt = -1;      // "j" for this address gets no answer
     };
 
     static constexpr uint16_t kSettingsAddress = 0xFC00;
     static constexpr size_t kSettingsSize = 64; // reported as size 3f, the highest offset
+    static constexpr int kDownloadSpeed = 230400; // bit/s, in FPGA download mode
 
     EmulatedUnit();
 
     // Bytes from the panel; returns the bytes the unit answers at once.
     std::string receive(std::string_view bytes, Clock::time_point now);
+    // The speed the port is set to, in bit/s (0: unknown, taken as right).
+    // In FPGA download mode the unit listens at 230400 bit/s: bytes sent at
+    // another speed arrive as noise, neither kept nor echoed.
+    void setLineSpeed(int bitsPerSecond);
     // Timed behaviour (the end of a cue transfer); returns bytes to send.
     std::string tick(Clock::time_point now);
 
@@ -123,6 +129,7 @@ private:
     Clock::time_point readyDue_ {};
     bool readySent_ = false;
     Clock::time_point lastDownload_ {};
+    int lineSpeed_ = 0;
     std::string batch_;
     std::string downloadText_;
     int downloadBatches_ = 0;

@@ -192,6 +192,7 @@ void PtyHost::serve()
                         log_("rx: " + printable(in));
                 }
                 const auto delay = std::chrono::milliseconds(delayMs_.load());
+                unit_.setLineSpeed(portSpeed());
                 queueOutput(unit_.receive(in, now), now + delay);
             }
         }

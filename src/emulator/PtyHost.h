@@ -39,12 +39,13 @@ public:
     // Closes the unit's side: the panel's reads then see the hang-up.
     void hangUp();
     bool hungUp() const { return hungUp_; }
+    // The speed the panel has set on the port, in bit/s (0 when not a standard one).
+    int portSpeed() const;
     // Called with a line of log text for everything received.
     void setLog(std::function<void(const std::string&)> log);
 
 private:
     void serve();
-    int portSpeed() const;
     void queueOutput(std::string bytes, Clock::time_point due);
 
     EmulatedUnit unit_;
