@@ -72,6 +72,14 @@ void MainWindow::addPanelMenus()
     quit->setObjectName(QStringLiteral("menuFileQuit"));
     quit->setShortcut(QKeySequence::Quit);
 
+    // One update at a time, and the port left alone while one runs.
+    connect(view_->updates(), &UpdateController::updatingChanged, this, [micro, fpga, this](bool updating) {
+        for (QAction* action : {micro, fpga, findChild<QAction*>(QStringLiteral("menuUnitReconnect")),
+                                findChild<QAction*>(QStringLiteral("menuUnitPort"))})
+            if (action)
+                action->setEnabled(!updating);
+    });
+
     QMenu* windows = menuBar()->addMenu(tr("&Window"));
     QAction* cueList = windows->addAction(tr("&Cue list"), this, cues(&CueDocument::showWindows));
     cueList->setObjectName(QStringLiteral("menuWindowCueList"));

@@ -7,6 +7,7 @@
 #include "cuewindow/CueDocument.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
+#include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 #include "widgets/WindowClose.h"
 
@@ -24,11 +25,11 @@
 
 namespace {
 
-volatile std::sig_atomic_t g_interrupted = 0;
+volatile std::sig_atomic_t g_interrupted = 0; // SIGINT and SIGTERM received
 
 void onSignal(int)
 {
-    g_interrupted = 1;
+    g_interrupted = g_interrupted + 1;
 }
 
 } // namespace
@@ -164,8 +165,22 @@ int main(int argc, char** argv)
     std::signal(SIGTERM, onSignal);
     QTimer poll;
     const QString shotFile = parser.value(screenshot);
+    std::sig_atomic_t heldSignals = 0;
     QObject::connect(&poll, &QTimer::timeout, &app, [&] {
         if (g_interrupted) {
+            // An update is not cut short by a signal: the first one is held
+            // until the update ends; a second one quits at once.
+            UpdateController* updates = window.view()->updates();
+            if (updates->isUpdating() && g_interrupted > 1 && g_interrupted > heldSignals) {
+                std::fprintf(stderr, "rz48panel: quitting now; the update is stopped\n");
+                updates->stop();
+            } else if (updates->isUpdating()) {
+                if (heldSignals == 0)
+                    std::fprintf(stderr, "rz48panel: an update is running; quitting when it ends "
+                                         "(a second signal quits now and leaves the unit without a working program)\n");
+                heldSignals = g_interrupted;
+                return;
+            }
             window.close();
             return;
         }

@@ -7,11 +7,14 @@
 #include "common/FilePanels.h"
 #include "link/ComThread.h"
 #include "codecs/ReportRouter.h"
+#include "update/FirmwareCheck.h"
 #include "update/FirmwareUpdateThread.h"
 #include "update/MicroUpdateThread.h"
 #include "update/SRecord.h"
 #include "update/UpdateImages.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QLabel>
 #include <QProgressBar>
 #include <QTimer>
@@ -25,6 +28,9 @@ namespace {
 
 constexpr uint32_t kProgressHideTicks = 50;
 constexpr int kQuietBeforeQueries = 1500; // ms
+constexpr int kSettingsPollMs = 50;
+constexpr int kSettingsWaitMs = 2000;     // for the "k" and "j" answers before a microcontroller update
+constexpr int kVersionWaitMs = 15000;     // for the unit's version after a good update
 
 } // namespace
 
@@ -66,6 +72,10 @@ void UpdateController::setUp(ComThread* link, const LinkOptions& options, std::f
 
 void UpdateController::stop()
 {
+    if (settingsWait_)
+        settingsWait_->stop();
+    awaitingVersion_ = false;
+    setUpdating(false); // the update's end is not announced to a closing window
     micro_->stopThread();
     firmware_->stopThread();
     comThread_ = nullptr;
@@ -83,7 +93,10 @@ void UpdateController::registerReports(ReportRouter& router)
         stateBuffer_.fill(0xFF);
         stateAddress_ = f.hex();
         stateSize_ = f.hex();
+        versionAnswered_ = true;
         checkMicroVersion(line, QString::fromLatin1(rz48::kMinMicroVersion));
+        if (awaitingVersion_)
+            endAlert(QStringLiteral("success!"), true);
     });
 }
 
@@ -121,6 +134,8 @@ void UpdateController::onSettingsRecord(const QString& line)
     SRecord record;
     record.fromJString(line);
     const uint32_t a = record.address();
+    if (a >= 0xFC00 && a < 0xFC40 && a % 16 == 0)
+        settingsAnswered_ |= 1u << ((a - 0xFC00) / 16);
     if (a >= 0xFC00 && a <= 0xFCFF && record.buffer()) {
         // The record's bytes go in at its offset; a record that runs past
         // the end of the 256-byte image is cut there.
@@ -191,68 +206,197 @@ QByteArray UpdateController::loaderForUpdate()
     return loader;
 }
 
+bool UpdateController::mayStart()
+{
+    if (updating_) {
+        rz48::showAlert(tr("An update is already running."), tr("One update at a time: wait for this one to end."));
+        return false;
+    }
+    if (!comThread_ || comThread_->fd() < 0) {
+        rz48::showAlert(tr("No unit is connected: there is nothing to update."),
+                        tr("Connect the unit (Unit > Reconnect looks for it again), then start the update."));
+        return false;
+    }
+    return true;
+}
+
+QByteArray UpdateController::checkedFile(const QString& path, Kind kind)
+{
+    QFile file(path);
+    const qint64 limit = (kind == Kind::Micro ? 16 : 64) * 1024 * 1024;
+    QByteArray bytes;
+    const bool opened = file.open(QIODevice::ReadOnly) && file.size() <= limit;
+    if (opened)
+        bytes = file.readAll();
+    if (!opened || file.error() != QFileDevice::NoError) {
+        if (kind == Kind::Micro)
+            rz48::showAlert(QStringLiteral("problem opening file, try again"));
+        else
+            rz48::showAlert(tr("cannot read %1").arg(path), file.error() != QFileDevice::NoError ? file.errorString() : tr("the file is larger than 64 MiB"));
+        return {};
+    }
+    const rz48::update::FirmwareCheck check = kind == Kind::Micro ? rz48::update::checkMicroProgram(bytes)
+                                                                  : rz48::update::checkFpgaConfiguration(bytes);
+    if (!check.ok) {
+        rz48::showAlert(tr("%1 was refused: nothing was sent to the unit.").arg(QFileInfo(path).fileName()),
+                        tr("Line %1: %2").arg(check.line).arg(check.why));
+        return {};
+    }
+    rz48::diag("%s: %s\n", qPrintable(path), qPrintable(check.verdict()));
+    for (const QString& warning : check.warnings)
+        rz48::diag("%s: line %s\n", qPrintable(path), qPrintable(warning));
+    return bytes;
+}
+
+void UpdateController::setUpdating(bool updating)
+{
+    if (updating_ == updating)
+        return;
+    updating_ = updating;
+    emit updatingChanged(updating);
+}
+
+bool UpdateController::mayClose()
+{
+    if (!updating_)
+        return true;
+    const int choice = rz48::askChoice(
+        tr("An update is running: quitting now leaves the unit without a working program, and only a new update "
+           "(or the factory) brings it back. Quit anyway?"),
+        {tr("Keep the update running"), tr("Quit and stop the update")});
+    return choice == 1;
+}
+
 void UpdateController::menuFileUpdateMicro()
 {
-    // Nothing goes to the unit before the loader is known to be there.
+    if (!mayStart())
+        return;
+    // Nothing goes to the unit before the loader and the file are known to be good.
     const QByteArray loader = loaderForUpdate();
-    if (loader.isEmpty() || !comThread_)
+    if (loader.isEmpty())
         return;
     if (showTab_)
         showTab_();
     if (makeRoom_)
         makeRoom_();
-    stateSize_ = 0;
-    stateAddress_ = 0;
-    for (const char* command : {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1"})
-        comThread_->sendString(QString::fromLatin1(command));
-
     const QString path = rz48::askOpenPathWithExtension(tr("Microcontroller program"), QStringLiteral("s19"),
                                                         {QStringLiteral("s19"), QStringLiteral("S19")});
     if (path.isEmpty())
         return;
+    const QByteArray bytes = checkedFile(path, Kind::Micro);
+    if (bytes.isEmpty())
+        return;
+    kind_ = Kind::Micro;
+    program_ = QString::fromLatin1(bytes); // checked: nothing but S-records
+    loader_ = loader;
+    setUpdating(true);
+    progress_downcount = 0;
     showProgress({QStringLiteral("loading S Record file..."), 0});
-    QString text;
-    if (!rz48::readUtf8File(path, 16 * 1024 * 1024, text)) {
-        rz48::showAlert(QStringLiteral("problem opening file, try again"));
+
+    // The unit's settings block, to be written back with the program.
+    stateSize_ = 0;
+    stateAddress_ = 0;
+    versionAnswered_ = false;
+    settingsAnswered_ = 0;
+    for (const char* command : {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1"})
+        comThread_->sendString(QString::fromLatin1(command));
+    if (!settingsWait_) {
+        settingsWait_ = new QTimer(this);
+        settingsWait_->setInterval(kSettingsPollMs);
+        connect(settingsWait_, &QTimer::timeout, this, &UpdateController::settingsWaitTick);
+    }
+    settingsWaitTicks_ = 0;
+    settingsWait_->start();
+}
+
+void UpdateController::settingsWaitTick()
+{
+    constexpr unsigned kAllLines = 0xF;
+    const bool answered = versionAnswered_ && settingsAnswered_ == kAllLines && comThread_ && comThread_->txCount() == 0;
+    if (!answered && ++settingsWaitTicks_ * kSettingsPollMs < kSettingsWaitMs)
+        return;
+    settingsWait_->stop();
+    if (!comThread_)
+        return;
+    QStringList got, missing;
+    (versionAnswered_ ? got : missing) << QStringLiteral("k");
+    for (unsigned line = 0; line < 4; ++line)
+        ((settingsAnswered_ >> line) & 1 ? got : missing) << QStringLiteral("fc%1").arg(line * 16, 2, 16, QLatin1Char('0'));
+    if (!missing.isEmpty()) {
+        const int choice = rz48::askChoice(
+            tr("The unit did not send all of its settings (no answer for %1). The update erases them with the old "
+               "program; without them the unit starts with its factory settings.")
+                .arg(missing.join(QStringLiteral(", "))),
+            {tr("Cancel the update (nothing is erased)"), tr("Update without keeping the settings")});
+        if (choice != 1) {
+            showProgress({tr("update cancelled: nothing was erased"), 0});
+            setUpdating(false);
+            return;
+        }
+        settingsNote_ = tr("The unit's settings were not kept (no answer for %1): it starts with its factory "
+                           "settings; set them again before the session.")
+                            .arg(missing.join(QStringLiteral(", ")));
+        startMicroWorker(false);
         return;
     }
     rz48::update::SettingsImage settings;
     settings.buffer = stateBuffer_;
     settings.address = stateAddress_;
     settings.size = stateSize_;
-    const QStringList records = rz48::update::microRecords(text, settings);
+    if (rz48::update::settingsComplete(settings))
+        settingsNote_ = tr("The unit's settings were kept: read before the update (records %1, %2 bytes from fc00) "
+                           "and written back with the program.")
+                            .arg(got.mid(1).join(QStringLiteral(", ")))
+                            .arg(std::min<uint32_t>(std::max<uint32_t>(stateSize_, 1), 256));
+    else
+        settingsNote_ = tr("The unit's settings were not kept (its report of them was incomplete): it starts with "
+                           "its factory settings; set them again before the session.");
+    startMicroWorker(true);
+}
 
+void UpdateController::startMicroWorker(bool restoreSettings)
+{
+    rz48::update::SettingsImage settings;
+    if (restoreSettings) {
+        settings.buffer = stateBuffer_;
+        settings.address = stateAddress_;
+        settings.size = stateSize_;
+    }
+    const QStringList records = rz48::update::microRecords(program_, settings);
+    program_.clear();
     comThread_->stopThread();
     micro_->setFd(comThread_->fd());
     micro_->setSRecArray(records);
-    micro_->setLoader(loader);
+    micro_->setLoader(loader_);
     if (micro_->startThread(this) != 0)
         threadUpdateComplete({QStringLiteral("the update could not start: the unit's port is not open"), 0});
 }
 
 void UpdateController::menuFileUpdateFirmware()
 {
-    if (!comThread_)
+    if (!mayStart())
         return;
     if (showTab_)
         showTab_();
     if (makeRoom_)
         makeRoom_();
-    comThread_->sendString(QStringLiteral("A 1"));
     const QString path = rz48::askOpenPathWithExtension(tr("FPGA configuration"), QStringLiteral("mcs"),
                                                         {QStringLiteral("MCS"), QStringLiteral("mcs")});
     if (path.isEmpty())
         return;
-    QString text, error;
-    if (!rz48::readUtf8File(path, 64 * 1024 * 1024, text, &error)) {
-        rz48::showAlert(tr("cannot read %1").arg(path), error);
+    const QByteArray bytes = checkedFile(path, Kind::Fpga);
+    if (bytes.isEmpty())
         return;
-    }
+    kind_ = Kind::Fpga;
+    settingsNote_.clear();
+    setUpdating(true);
+    progress_downcount = 0;
+    comThread_->sendString(QStringLiteral("A 1"));
     firmware_->setFd(comThread_->fd());
-    firmware_->setArray(text.split(u'\n'));
+    firmware_->setArray(QString::fromLatin1(bytes).split(u'\n')); // checked: nothing but records
     comThread_->sendString(QStringLiteral("d 1"));
-    // The command goes out with the link thread's next turn: give it that.
-    for (int i = 0; i < 50 && comThread_->txCount() > 0; ++i)
+    // The commands go out with the link thread's next turns: give them that.
+    for (int i = 0; i < 100 && comThread_->txCount() > 0; ++i)
         ::usleep(2000);
     ::usleep(10000);
     comThread_->stopThread();
@@ -268,6 +412,7 @@ void UpdateController::showProgress(const Progress& progress)
     progressBarUpdate->setRange(0, 100);
     progressBarUpdate->setValue(std::clamp(progress.percent, 0, 100));
     labelUpdate->setText(progress.msg);
+    emit progressShown(progress.msg, progress.percent);
 }
 
 void UpdateController::threadHasProgress(Progress progress)
@@ -278,19 +423,59 @@ void UpdateController::threadHasProgress(Progress progress)
 void UpdateController::threadUpdateComplete(Progress progress)
 {
     showProgress(progress);
-    progress_downcount = kProgressHideTicks;
+    progress_downcount = 0; // the Update tab keeps the last message until the next update
     micro_->stopThread();
     firmware_->stopThread();
+    const bool success = progress.msg == QLatin1String("success!");
     if (comThread_ && comThread_->fd() >= 0) {
         comThread_->setBaud(38400);
         comThread_->startThread(parent());
         // After a good update the unit is asked for its state again, once it
         // has left its update mode (after a second without data). After a
         // failed one it may still be in that mode: nothing more is sent.
-        if (progress.msg == QLatin1String("success!"))
+        if (success)
             QTimer::singleShot(kQuietBeforeQueries, this, [this] {
                 if (comThread_ && comThread_->isRunning())
                     emit linkBack();
             });
     }
+    const bool wasUpdating = updating_;
+    setUpdating(false);
+    if (!wasUpdating)
+        return;
+    if (!success) {
+        endAlert(progress.msg);
+        return;
+    }
+    // The alert names the version the unit reports once it answers again.
+    awaitingVersion_ = true;
+    QTimer::singleShot(kVersionWaitMs, this, [this] {
+        if (awaitingVersion_)
+            endAlert(QStringLiteral("success!"));
+    });
+}
+
+void UpdateController::endAlert(const QString& message, bool versionReported)
+{
+    awaitingVersion_ = false;
+    const QString what = kind_ == Kind::Micro ? tr("microcontroller") : tr("FPGA");
+    QStringList details;
+    if (message == QLatin1String("success!")) {
+        details << (!versionReported
+                        ? tr("The unit has not reported its version since the update: if it does not answer, switch "
+                             "it off and on, then use Unit > Reconnect.")
+                        : tr("The unit reports firmware %1.").arg(firmwareVersion_));
+    } else {
+        const bool erased = message.contains(QLatin1String("FLASH corrupted")) || kind_ == Kind::Fpga;
+        details << (erased ? tr("The unit is left without a complete %1 program: do not switch it off for long; run "
+                                "the update again with the same file. If the loader no longer answers, switch the "
+                                "unit off and on and try again.")
+                                 .arg(what)
+                           : tr("The unit's program was not touched. Switch the unit off and on, then run the update again."));
+    }
+    if (!settingsNote_.isEmpty() && kind_ == Kind::Micro)
+        details << settingsNote_;
+    rz48::showAlert(message == QLatin1String("success!") ? tr("The %1 update is complete.").arg(what)
+                                                          : tr("The %1 update failed: %2").arg(what, message),
+                    details.join(QStringLiteral("\n\n")));
 }

@@ -3,6 +3,9 @@
 // their progress (and the cue transfer's). Owns both update workers, reads
 // the unit's version and settings block ("k" and "j" reports) that a
 // microcontroller update keeps, and the cue transfer's "f" and "h" reports.
+//
+// An update file is checked before anything goes to the unit; one update
+// runs at a time; its end is an alert as well as the Update tab's line.
 #include "panel/LinkOptions.h"
 #include "update/Progress.h"
 
@@ -18,6 +21,7 @@ class ComThread;
 class FirmwareUpdateThread;
 class MicroUpdateThread;
 class QLabel;
+class QTimer;
 class QProgressBar;
 class QWidget;
 class ReportRouter;
@@ -35,6 +39,11 @@ public:
     void setUp(ComThread* link, const LinkOptions& options, std::function<void()> showTab, std::function<void()> makeRoom);
     // The window is closing: a running update ends first ("operation aborted, ...").
     void stop();
+    // From the moment a checked file is accepted until the update's end.
+    bool isUpdating() const { return updating_; }
+    // Asked before the window closes: true when no update runs, or the
+    // operator chose to stop it.
+    bool mayClose();
 
     void menuFileUpdateMicro();
     void menuFileUpdateFirmware();
@@ -45,6 +54,9 @@ public:
     void checkMicroVersion(const QString& current, const QString& minimum);
 
 signals:
+    void updatingChanged(bool updating);
+    // Every message of the Update tab, with its percentage.
+    void progressShown(const QString& message, int percent);
     // An update succeeded and the link runs again: the unit's state is read anew.
     void linkBack();
     // A "k" report said which firmware the unit runs.
@@ -61,8 +73,19 @@ public:
     const QString& firmwareVersion() const { return firmwareVersion_; }
 
 private:
+    enum class Kind { Micro, Fpga };
     // The loader image for a microcontroller update, or empty after an alert.
     QByteArray loaderForUpdate();
+    // Refuses (with an alert) while an update runs or without a unit.
+    bool mayStart();
+    // The chosen file's bytes once its check passed; empty after an alert.
+    QByteArray checkedFile(const QString& path, Kind kind);
+    void setUpdating(bool updating);
+    // Waits for the "k" and "j" answers, then goes on with the update.
+    void settingsWaitTick();
+    void startMicroWorker(bool restoreSettings);
+    // The update's end, in an alert: what happened, what to do, the settings.
+    void endAlert(const QString& message, bool versionReported = false);
     void showProgress(const Progress& progress);
     void onTransferQueued();
     void onTransferResult(uint32_t result);
@@ -80,6 +103,17 @@ private:
     uint32_t stateAddress_ = 0;
     uint32_t stateSize_ = 0;
     QString firmwareVersion_;
+
+    bool updating_ = false;
+    Kind kind_ = Kind::Micro;
+    QTimer* settingsWait_ = nullptr;
+    int settingsWaitTicks_ = 0;
+    bool versionAnswered_ = false;
+    unsigned settingsAnswered_ = 0; // bit n: the "j" report of 0xFC00 + 16 n
+    QString program_;               // the microcontroller program's text, checked
+    QByteArray loader_;
+    QString settingsNote_;          // for the end alert: what became of the settings
+    bool awaitingVersion_ = false;  // a good update's alert waits for the unit's "k" report
     QProgressBar* progressBarUpdate = nullptr;
     QLabel* labelUpdate = nullptr;
 };

@@ -280,7 +280,8 @@ void rz48View::windowClosing()
 
 bool rz48View::mayClose()
 {
-    return !cueDocument_ || cueDocument_->mayClose();
+    // A running update first: stopping it is the graver loss.
+    return updates_->mayClose() && (!cueDocument_ || cueDocument_->mayClose());
 }
 
 // ---------------------------------------------------------------- drag and drop

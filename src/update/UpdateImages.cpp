@@ -11,6 +11,20 @@
 
 namespace rz48::update {
 
+bool settingsComplete(const SettingsImage& settings)
+{
+    if (settings.size == 0 || settings.address != kSettingsAddress)
+        return false;
+    for (uint32_t offset = 0; offset <= settings.size && offset + 16 <= settings.buffer.size(); offset += 16) {
+        bool blank = true;
+        for (uint32_t i = 0; i < 16; ++i)
+            blank = blank && settings.buffer[offset + i] == 0xFF;
+        if (blank)
+            return false;
+    }
+    return true;
+}
+
 QStringList microRecords(const QString& s19Text, const SettingsImage& settings)
 {
     std::vector<uint8_t> image(65536, 0xFF);
@@ -26,15 +40,7 @@ QStringList microRecords(const QString& s19Text, const SettingsImage& settings)
     }
 
     if (settings.size > 0 && settings.address == kSettingsAddress) {
-        bool complete = true;
-        for (uint32_t offset = 0; offset <= settings.size && offset + 16 <= settings.buffer.size(); offset += 16) {
-            bool blank = true;
-            for (uint32_t i = 0; i < 16; ++i)
-                blank = blank && settings.buffer[offset + i] == 0xFF;
-            if (blank)
-                complete = false;
-        }
-        if (!complete) {
+        if (!settingsComplete(settings)) {
             rz48::diag("missed a j record...\n");
         } else {
             const uint32_t n = std::min<uint32_t>(std::max<uint32_t>(settings.size, 1), uint32_t(settings.buffer.size()));

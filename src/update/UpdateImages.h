@@ -23,6 +23,10 @@ struct SettingsImage {
     uint32_t size = 0;
 };
 
+// Whether the captured block can be put back: its address is 0xFC00 and
+// none of its 16-byte lines is blank (a "j" report that did not come).
+bool settingsComplete(const SettingsImage& settings);
+
 // The records to send for an .s19 file's text: a 64 KiB image (0xFF where
 // the file has nothing) with the settings block restored unless one of its
 // 16-byte lines is blank ("missed a j record..." is printed then), encoded

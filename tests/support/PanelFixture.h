@@ -21,7 +21,11 @@ namespace rz48test {
 
 class RecordingAlerts : public rz48::AlertSink {
 public:
-    void showAlert(const QString& message, const QString&) override { messages << message; }
+    void showAlert(const QString& message, const QString& informative) override
+    {
+        messages << message;
+        details << informative;
+    }
     rz48::SaveChoice askSaveChanges(const QString& message) override
     {
         questions << message;
@@ -34,6 +38,7 @@ public:
         return choice;
     }
     QStringList messages;
+    QStringList details; // each alert's informative text
     QStringList questions;
     QStringList choices;
     rz48::SaveChoice answer = rz48::SaveChoice::Cancel;

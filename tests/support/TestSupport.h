@@ -7,7 +7,14 @@
 #include <QStringList>
 
 #include <functional>
+#include <ostream>
 #include <vector>
+
+// Test failures print a QString as its text.
+inline void PrintTo(const QString& text, std::ostream* out)
+{
+    *out << '"' << text.toStdString() << '"';
+}
 
 namespace rz48test {
 

@@ -41,10 +41,15 @@ protected:
         view->awakeFromNib(options);
         ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
         label = view->findChild<QLabel*>(QStringLiteral("labelUpdate"));
-        // The file is chosen once the requests have gone out and been answered.
-        panels.beforeAnswer = [this] {
-            waitUntil([&] { return view->comThread()->txCount() == 0 && view->updates()->stateBuffer()[0x3f] == 0x7f; }, 5000);
-        };
+        QObject::connect(view->updates(), &UpdateController::progressShown, view,
+                         [this](const QString& message, int percent) { progress << QStringLiteral("%1|%2").arg(message).arg(percent); });
+    }
+
+    // The unit's commands since `before`.
+    std::vector<std::string> sentSince(size_t before)
+    {
+        const auto all = host.unit().commands();
+        return {all.begin() + long(std::min(before, all.size())), all.end()};
     }
 
     QString writeFile(const char* name, const QByteArray& bytes)
@@ -98,6 +103,7 @@ protected:
     }
 
     QLabel* label = nullptr;
+    QStringList progress; // "message|percent", in order
 };
 
 TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
@@ -107,18 +113,35 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     panels.nextOpen = s19(expected);
     const size_t before = host.unit().commands().size();
     view->updates()->menuFileUpdateMicro();
+    EXPECT_TRUE(view->updates()->isUpdating());
     ASSERT_TRUE(finishedWith(QStringLiteral("success!"))) << label->text().toStdString();
-    const auto all = host.unit().commands();
-    const std::vector<std::string> sent(all.begin() + long(before), all.begin() + long(before) + 7);
+    std::vector<std::string> sent = sentSince(before);
+    sent.resize(7);
     EXPECT_EQ(sent, (std::vector<std::string> {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1", "L"}));
+    // 69 records and the terminator: 64 from 0x8000, fc00 to fc30 with the unit's settings, fff0.
+    for (const char* step : {"loading S Record file...|0", "initializing update, stand by...|0", "micro preload 0 percent|0",
+                             "micro preload 50 percent|50", "micro preload 99 percent|99", "micro download 50 percent|50",
+                             "micro download 98 percent|98", "success!|0"})
+        EXPECT_TRUE(progress.contains(QLatin1String(step))) << step;
+    EXPECT_FALSE(progress.contains(QStringLiteral("micro download 100 percent|100")));
     // The flash holds the file's image, with fc00 to fc3e from the unit (size 3f).
     for (int i = 0; i < 0x3f; ++i)
         expected[size_t(0xFC00 + i)] = uint8_t(0x40 + i);
     EXPECT_TRUE(host.unit().flash() == expected);
     EXPECT_NE(out.text().find("sent 'L' command\nL response bytes: 4 chars: \nRIM>\nsending RIM record\n"), std::string::npos);
     EXPECT_EQ(view->tabView()->currentIndex(), 2);
-    // The unit's state is read anew once the link is back: the start-up queries, "t" last.
+    // The unit's state is read anew once the link is back: the start-up
+    // queries, "t" last; the end alert names the version it reports.
     EXPECT_TRUE(waitUntil([&] { return host.unit().commands().back() == "t"; }, 15000));
+    ASSERT_TRUE(waitUntil([&] { return !alerts.messages.isEmpty(); }, 5000));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update is complete."));
+    EXPECT_TRUE(alerts.details.last().startsWith(QStringLiteral("The unit reports firmware 3.32.6.")));
+    EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("records fc00, fc10, fc20, fc30, 63 bytes"))) << alerts.details.last().toStdString();
+    // The Update tab keeps the last message.
+    for (int tick = 0; tick < 60; ++tick)
+        view->updates()->timer_service();
+    EXPECT_FALSE(label->isHidden());
+    EXPECT_FALSE(view->updates()->isUpdating());
     expectLinkBack();
 }
 
@@ -138,6 +161,10 @@ TEST_F(UpdateTest, MicrocontrollerFailuresSayWhatHappened)
         label->clear();
         view->updates()->menuFileUpdateMicro();
         ASSERT_TRUE(finishedWith(QLatin1String(message))) << message << " / " << label->text().toStdString();
+        ASSERT_FALSE(alerts.messages.isEmpty());
+        EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update failed: %1").arg(QLatin1String(message)));
+        // Before the erase the program was not touched; after it, it is incomplete.
+        EXPECT_EQ(alerts.details.last().contains(QStringLiteral("not touched")), !QByteArray(message).contains("FLASH"));
         if (faults.dropEchoAt == 5) {
             EXPECT_NE(out.text().find("preload failed at addr 5 of 772, res = 0\n"), std::string::npos);
         }
@@ -145,14 +172,37 @@ TEST_F(UpdateTest, MicrocontrollerFailuresSayWhatHappened)
     }
 }
 
-TEST_F(UpdateTest, StoppedWhileTheLoaderIsSilent)
+TEST_F(UpdateTest, OneUpdateAtATimeAndNoQuitWithoutAsking)
 {
     std::vector<uint8_t> expected;
     panels.nextOpen = s19(expected);
     host.unit().setUpdateFaults(Faults {.loaderSilent = true});
     view->updates()->menuFileUpdateMicro();
-    QTest::qWait(400); // no answer to "L": the wait goes on
+    ASSERT_TRUE(waitUntil([&] { return view->updates()->microUpdateThread()->isRunning(); }, 5000));
+    QTest::qWait(300); // no answer to "L": the wait goes on
+
+    // Neither update starts while one runs, and the port keeps its speed.
+    const size_t before = host.unit().commands().size();
+    panels.nextOpen = writeFile("fpga.mcs", ":00000001FF\n");
+    view->updates()->menuFileUpdateFirmware();
+    view->updates()->menuFileUpdateMicro();
+    ASSERT_EQ(alerts.messages.size(), 2);
+    EXPECT_EQ(alerts.messages[0], QStringLiteral("An update is already running."));
+    EXPECT_EQ(alerts.messages[1], QStringLiteral("An update is already running."));
+    EXPECT_EQ(host.portSpeed(), 38400);
+
+    // Closing asks; declining (or dismissing the question) stops nothing.
+    for (int answer : {-1, 0}) {
+        alerts.choice = answer;
+        EXPECT_FALSE(view->mayClose());
+        EXPECT_TRUE(alerts.questions.last().startsWith(QStringLiteral("An update is running: quitting now leaves the unit without a working program")));
+    }
+    EXPECT_EQ(alerts.questions.size(), 2);
+    QTest::qWait(100);
     EXPECT_TRUE(view->updates()->microUpdateThread()->isRunning());
+    EXPECT_EQ(host.unit().commands().size(), before);
+    alerts.choice = 1;
+    EXPECT_TRUE(view->mayClose());
     view->updates()->microUpdateThread()->stopThread();
     ASSERT_TRUE(finishedWith(QStringLiteral("operation aborted, cycle power and try again")));
     expectLinkBack();
@@ -191,41 +241,114 @@ TEST_F(UpdateTest, NoUpdateWithoutARealLoader)
     EXPECT_GT(before, 0u);
 }
 
+TEST_F(UpdateTest, BadFilesAreRefusedBeforeAnythingIsSent)
+{
+    const struct {
+        const char* name;
+        QByteArray text;
+        const char* why;
+    } files[] = {
+        {"empty.s19", "", "Line 1: no S-records: the file is empty or not a microcontroller program"},
+        {"notes.s19", "hello\n", "Line 1: not an S-record (a record begins with \"S\")"},
+        {"s2-only.s19", "S0030000FC\nS206008000010276\nS9030000FC\n",
+         "Line 4: no S1 record with data in 0x8000 to 0xFFFF, the part of the program that is sent"},
+        {"low.s19", "S1047FF0AAE2\r\nS9030000FC\r\n", "Line 3: no S1 record with data in 0x8000 to 0xFFFF, the part of the program that is sent"},
+        {"checksum.s19", "S0030000FC\nS1058000010278\nS9030000FC\n", "Line 2: bad checksum 0x78 (the record's bytes give 0x77)"},
+        {"short.s19", "S0030000FC\nS10580000102\nS9030000FC\n", "Line 2: shorter than its count says (5 bytes after the count, 4 present)"},
+        {"overlap.s19", "S1058000010277\n\nS1058001030472\nS9030000FC\n", "Line 3: writes 0x8001 to 0x8002 again (line 1 wrote there)"},
+        {"long.mcs", ":" + QByteArray(1100, '0') + "\n:00000001FF\n", "Line 1: 1101 characters; a line may have at most 1021 (lines end with LF or CR LF)"},
+        {"cr-only.mcs", ":020000040000FA\r:00000001FF\r", "Line 1: a CR inside the line at column 16 (lines must end with LF)"},
+        {"cut.mcs", ":020000040000FA\n:0400000001020304F2\n", "Line 3: no end-of-file record (:00000001FF): the file is cut short"},
+    };
+    const size_t before = host.unit().commands().size();
+    for (const auto& file : files) {
+        panels.nextOpen = writeFile(file.name, file.text);
+        if (QByteArray(file.name).endsWith(".s19"))
+            view->updates()->menuFileUpdateMicro();
+        else
+            view->updates()->menuFileUpdateFirmware();
+        ASSERT_FALSE(alerts.messages.isEmpty()) << file.name;
+        EXPECT_EQ(alerts.messages.last(), QStringLiteral("%1 was refused: nothing was sent to the unit.").arg(QLatin1String(file.name)));
+        EXPECT_EQ(alerts.details.last(), QLatin1String(file.why)) << file.name;
+        EXPECT_FALSE(view->updates()->isUpdating());
+    }
+    // A cancelled file prompt sends nothing either.
+    panels.nextOpen.clear();
+    view->updates()->menuFileUpdateMicro();
+    view->updates()->menuFileUpdateFirmware();
+    QTest::qWait(150);
+    EXPECT_EQ(sentSince(before), std::vector<std::string> {});
+    EXPECT_EQ(alerts.messages.size(), std::size(files));
+}
+
+TEST_F(UpdateTest, MicrocontrollerAsksWhenASettingsRecordIsMissing)
+{
+    std::vector<uint8_t> expected;
+    panels.nextOpen = s19(expected);
+    host.unit().setUpdateFaults(Faults {.silentSettingsAt = 0xFC20});
+    // Cancelled: nothing is erased, and nothing more is sent.
+    alerts.choice = 0;
+    const size_t before = host.unit().commands().size();
+    view->updates()->menuFileUpdateMicro();
+    ASSERT_TRUE(waitUntil([&] { return !view->updates()->isUpdating(); }, 5000));
+    ASSERT_EQ(alerts.questions.size(), 1);
+    EXPECT_TRUE(alerts.questions[0].contains(QStringLiteral("no answer for fc20)"))) << alerts.questions[0].toStdString();
+    EXPECT_EQ(alerts.choices.value(1), QStringLiteral("Update without keeping the settings"));
+    EXPECT_EQ(label->text(), QStringLiteral("update cancelled: nothing was erased"));
+    QTest::qWait(100);
+    EXPECT_EQ(sentSince(before), (std::vector<std::string> {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1"}));
+
+    // Going on: the program is written without the unit's settings, and the end alert says so.
+    alerts.choice = 1;
+    view->updates()->menuFileUpdateMicro();
+    ASSERT_TRUE(finishedWith(QStringLiteral("success!"))) << label->text().toStdString();
+    EXPECT_TRUE(host.unit().flash() == expected); // fc00 to fc2f as the file has them (blank)
+    ASSERT_TRUE(waitUntil([&] { return !alerts.messages.isEmpty(); }, 15000));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update is complete."));
+    EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("settings were not kept (no answer for fc20)")));
+}
+
 TEST_F(UpdateTest, FpgaLinesRelayedInBatches)
 {
+    // Thirty data records of 16 bytes (0x00 to 0x0F, 0x78 in all), 43
+    // characters each, at 0x0000, 0x0010, ...
     QByteArray mcs;
     QByteArray expected;
     for (int i = 0; i < 30; ++i) {
-        const QByteArray line = QByteArray(":10") + QByteArray::number(i).rightJustified(4, '0') + QByteArray(36, 'A');
+        const int address = i * 16;
+        const int sum = 0x10 + (address >> 8) + (address & 0xFF) + 0x78;
+        const QByteArray line = ":10" + QByteArray::number(address, 16).toUpper().rightJustified(4, '0') + "00"
+            + "000102030405060708090A0B0C0D0E0F" + QByteArray::number((0x100 - sum) & 0xFF, 16).toUpper().rightJustified(2, '0');
         ASSERT_EQ(line.size(), 43);
         mcs += line + "\r\n";
         expected += line;
     }
+    mcs += ":00000001FF\r\n";
+    expected += ":00000001FF";
     panels.nextOpen = writeFile("fpga.mcs", mcs);
-    panels.beforeAnswer = [this] { waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000); };
     view->updates()->menuFileUpdateFirmware();
     ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("success!"); }, 30000)) << label->text().toStdString();
+    // Only at 230400 bit/s does the unit take the download.
     EXPECT_EQ(QByteArray::fromStdString(host.unit().downloadText()), expected);
-    EXPECT_EQ(host.unit().downloadBatches(), 2); // 23 lines, then 7 and the empty one after the last LF
+    EXPECT_EQ(host.unit().downloadBatches(), 2); // 23 lines, then 7, the end record and the empty one after the last LF
+    EXPECT_EQ(sentSince(0).back(), "d 1");
+    // 23 of 32 lines after the first batch.
+    for (const char* step : {"erasing flash|0", "firmware update: 71.9 percent|71", "firmware update: 100.0 percent|100", "success!|0"})
+        EXPECT_TRUE(progress.contains(QLatin1String(step))) << step;
     ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
     expectLinkBack();
 }
 
 TEST_F(UpdateTest, FpgaFailures)
 {
-    panels.beforeAnswer = [this] { waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000); };
-    panels.nextOpen = writeFile("empty.mcs", QByteArray());
-    view->updates()->menuFileUpdateFirmware();
-    ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("success!"); }, 30000));
-    ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
-
     rz48::DiagCapture out;
-    host.unit().setUpdateFaults(Faults {.corruptEchoBatch = 1});
-    panels.nextOpen = writeFile("one.mcs", ":020000040000FA\r\n");
-    label->clear();
+    host.unit().setUpdateFaults(Faults {.corruptEchoBatch = 0});
+    panels.nextOpen = writeFile("one.mcs", ":020000040000FA\r\n:00000001FF\r\n");
     view->updates()->menuFileUpdateFirmware();
     ASSERT_TRUE(waitUntil([&] { return label->text() == QStringLiteral("echo failed, try again"); }, 30000));
-    EXPECT_NE(out.text().find("tx len: 16 rx len: 17\n\ntxd:\n:020000040000FA\r\n\nrxd:\nX"), std::string::npos) << out.text();
+    EXPECT_NE(out.text().find("tx len: 27 rx len: 28\n\ntxd:\n:020000040000FA:00000001FF\r\n\nrxd:\nX"), std::string::npos) << out.text();
+    ASSERT_FALSE(alerts.messages.isEmpty());
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("The FPGA update failed: echo failed, try again"));
     ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
 
     host.unit().setUpdateFaults(Faults {.noReady = true});
