@@ -42,10 +42,8 @@ int dump(const QString& path)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    rz48::nameProgram("rz48cue");
-
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
+    rz48::describeProgram(parser, "rz48cue", QStringLiteral(
         "Cue lists for the RZ-48 away from the unit.\n"
         "\n"
         "  rz48cue convert IN OUT   read a cue sheet, any text with timecodes (HH:MM:SS:FF) or a\n"
@@ -57,8 +55,6 @@ int main(int argc, char** argv)
         "  rz48cue dump FILE.mid    print the listing of a MIDI file (hex dump, chunks, events).\n"
         "\n"
         "Exit status: 0 done, 1 a file could not be read or written, 2 wrong usage."));
-    parser.addHelpOption();
-    parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("convert or dump"));
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("IN OUT, or FILE.mid"));
     const QCommandLineOption tctype(QStringLiteral("tctype"), QStringLiteral("Timecode type: 0 24 fps, 1 25 fps, 2 30 drop-frame, 3 30 fps."), QStringLiteral("type"));
@@ -79,12 +75,8 @@ int main(int argc, char** argv)
     parser.addOptions({tctype, start, offset});
     for (const Flag* f : {&text, &cueId, &pulldown, &duplicate, &midnight})
         parser.addOptions({f->on, f->off});
-    if (!parser.parse(app.arguments()))
+    if (!rz48::parseArguments(parser))
         return fail(parser.errorText() + QStringLiteral(" (rz48cue --help lists the options)"), 2);
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp(0);
-    if (parser.isSet(QStringLiteral("version")))
-        parser.showVersion();
 
     const QStringList args = parser.positionalArguments();
     if (args.size() == 2 && args[0] == QLatin1String("dump"))

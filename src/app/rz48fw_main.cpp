@@ -13,6 +13,17 @@ namespace {
 
 constexpr qint64 kMaxFileBytes = 64 * 1024 * 1024;
 
+constexpr const char* kDescription =
+    "Checks an RZ-48 update file, as the panel does before it sends anything to the unit.\n"
+    "\n"
+    "  rz48fw check FILE   FILE.s19 (microcontroller program) or FILE.mcs (FPGA configuration).\n"
+    "                      Prints \"ok\" with the record count and the address range, or the\n"
+    "                      first bad line as \"LINE: why\" (lines counted from 1). What the update\n"
+    "                      leaves out of a good file (S1 data below 0x8000, S2/S3 data) is\n"
+    "                      named in warnings on standard error.\n"
+    "\n"
+    "Exit status: 0 good, 1 refused, 2 wrong usage, 3 the file cannot be read.";
+
 int usageError(const QString& message)
 {
     std::fprintf(stderr, "rz48fw: %s (rz48fw --help tells how to use it)\n", qPrintable(message));
@@ -52,29 +63,12 @@ int check(const QString& path)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    rz48::nameProgram("rz48fw");
-
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Checks an RZ-48 update file, as the panel does before it sends anything to the unit.\n"
-        "\n"
-        "  rz48fw check FILE   FILE.s19 (microcontroller program) or FILE.mcs (FPGA configuration).\n"
-        "                      Prints \"ok\" with the record count and the address range, or the\n"
-        "                      first bad line as \"LINE: why\" (lines counted from 1). What the update\n"
-        "                      leaves out of a good file (S1 data below 0x8000, S2/S3 data) is\n"
-        "                      named in warnings on standard error.\n"
-        "\n"
-        "Exit status: 0 good, 1 refused, 2 wrong usage, 3 the file cannot be read."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    rz48::describeProgram(parser, "rz48fw", QString::fromUtf8(kDescription));
     parser.addPositionalArgument(QStringLiteral("check"), QStringLiteral("The command."));
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The update file, .s19 or .mcs."));
-    if (!parser.parse(app.arguments()))
+    if (!rz48::parseArguments(parser))
         return usageError(parser.errorText());
-    if (parser.isSet(QStringLiteral("help")))
-        parser.showHelp(0);
-    if (parser.isSet(QStringLiteral("version")))
-        parser.showVersion();
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty())
         return usageError(QStringLiteral("no command"));

@@ -1,6 +1,7 @@
 #pragma once
 // What every command-line program of the panel shares: its name and version
-// (for --version and its messages).
+// (for --version and its messages), and the parsing of its command line.
+#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QString>
 
@@ -10,6 +11,28 @@ inline void nameProgram(const char* name)
 {
     QCoreApplication::setApplicationName(QLatin1String(name));
     QCoreApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
+}
+
+// Names a windowless program and describes it, with --help and --version.
+inline void describeProgram(QCommandLineParser& parser, const char* name, const QString& description)
+{
+    nameProgram(name);
+    parser.setApplicationDescription(description);
+    parser.addHelpOption();
+    parser.addVersionOption();
+}
+
+// Parses the program's arguments: --help and --version print and exit 0;
+// false on a usage error (the parser's errorText() says which).
+inline bool parseArguments(QCommandLineParser& parser)
+{
+    if (!parser.parse(QCoreApplication::arguments()))
+        return false;
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
+    return true;
 }
 
 } // namespace rz48

@@ -220,6 +220,20 @@ bool UpdateController::mayStart()
     return true;
 }
 
+QByteArray UpdateController::askForFile(Kind kind)
+{
+    if (showTab_)
+        showTab_();
+    if (makeRoom_)
+        makeRoom_();
+    const bool micro = kind == Kind::Micro;
+    const QString path = micro ? rz48::askOpenPathWithExtension(tr("Microcontroller program"), QStringLiteral("s19"),
+                                                                {QStringLiteral("s19"), QStringLiteral("S19")})
+                               : rz48::askOpenPathWithExtension(tr("FPGA configuration"), QStringLiteral("mcs"),
+                                                                {QStringLiteral("MCS"), QStringLiteral("mcs")});
+    return path.isEmpty() ? QByteArray() : checkedFile(path, kind);
+}
+
 QByteArray UpdateController::checkedFile(const QString& path, Kind kind)
 {
     QFile file(path);
@@ -275,15 +289,7 @@ void UpdateController::menuFileUpdateMicro()
     const QByteArray loader = loaderForUpdate();
     if (loader.isEmpty())
         return;
-    if (showTab_)
-        showTab_();
-    if (makeRoom_)
-        makeRoom_();
-    const QString path = rz48::askOpenPathWithExtension(tr("Microcontroller program"), QStringLiteral("s19"),
-                                                        {QStringLiteral("s19"), QStringLiteral("S19")});
-    if (path.isEmpty())
-        return;
-    const QByteArray bytes = checkedFile(path, Kind::Micro);
+    const QByteArray bytes = askForFile(Kind::Micro);
     if (bytes.isEmpty())
         return;
     kind_ = Kind::Micro;
@@ -376,15 +382,7 @@ void UpdateController::menuFileUpdateFirmware()
 {
     if (!mayStart())
         return;
-    if (showTab_)
-        showTab_();
-    if (makeRoom_)
-        makeRoom_();
-    const QString path = rz48::askOpenPathWithExtension(tr("FPGA configuration"), QStringLiteral("mcs"),
-                                                        {QStringLiteral("MCS"), QStringLiteral("mcs")});
-    if (path.isEmpty())
-        return;
-    const QByteArray bytes = checkedFile(path, Kind::Fpga);
+    const QByteArray bytes = askForFile(Kind::Fpga);
     if (bytes.isEmpty())
         return;
     kind_ = Kind::Fpga;

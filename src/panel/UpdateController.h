@@ -78,7 +78,9 @@ private:
     QByteArray loaderForUpdate();
     // Refuses (with an alert) while an update runs or without a unit.
     bool mayStart();
-    // The chosen file's bytes once its check passed; empty after an alert.
+    // Brings the Update tab forward and asks for the file: its bytes once
+    // its check passed; empty when cancelled or after an alert.
+    QByteArray askForFile(Kind kind);
     QByteArray checkedFile(const QString& path, Kind kind);
     void setUpdating(bool updating);
     // Waits for the "k" and "j" answers, then goes on with the update.

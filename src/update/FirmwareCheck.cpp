@@ -1,5 +1,7 @@
 #include "update/FirmwareCheck.h"
 
+#include "common/FieldScanner.h"
+
 #include <QFileInfo>
 
 #include <map>
@@ -16,13 +18,16 @@ constexpr uint32_t kSentHigh = 0xFFFF;
 
 int hexDigit(char c)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
+    return rz48::hexDigitValue(QLatin1Char(c));
+}
+
+// The 8-bit sum of a record's bytes, its checksum included.
+unsigned byteSum(const std::vector<uint8_t>& bytes)
+{
+    unsigned sum = 0;
+    for (uint8_t b : bytes)
+        sum += b;
+    return sum & 0xFF;
 }
 
 QString hex(uint64_t value, int digits)
@@ -95,6 +100,15 @@ FirmwareCheck refuse(FirmwareCheck check, int line, const QString& why)
     return check;
 }
 
+// The end of the file: refused after its last line when it lacks what it must have.
+FirmwareCheck atEnd(FirmwareCheck check, bool complete, int lines, const char* empty, const char* incomplete)
+{
+    if (!complete)
+        return refuse(check, lines + 1, QString::fromLatin1(check.records == 0 ? empty : incomplete));
+    check.ok = true;
+    return check;
+}
+
 void widen(FirmwareCheck& check, uint64_t first, uint64_t last, bool& any)
 {
     check.low = any ? std::min(check.low, first) : first;
@@ -157,10 +171,8 @@ FirmwareCheck checkMicroProgram(const QByteArray& bytes)
             return refuse(check, number, QStringLiteral("longer than its count says (%1 bytes after the count, %2 present)").arg(count).arg(present));
         if (count < addressBytes + 1)
             return refuse(check, number, QStringLiteral("a count of %1 leaves no room for the %2-byte address and the checksum").arg(count).arg(addressBytes));
-        unsigned sum = 0;
-        for (uint8_t b : *fields)
-            sum += b;
-        if ((sum & 0xFF) != 0xFF) {
+        const unsigned sum = byteSum(*fields);
+        if (sum != 0xFF) {
             const unsigned given = fields->back();
             const unsigned right = (0xFF - ((sum - given) & 0xFF)) & 0xFF;
             return refuse(check, number, QStringLiteral("bad checksum %1 (the record's bytes give %2)").arg(hex(given, 2), hex(right, 2)));
@@ -188,12 +200,8 @@ FirmwareCheck checkMicroProgram(const QByteArray& bytes)
         if (address < kSentLow)
             check.warnings << QStringLiteral("%1: S1 data at %2 to %3 lies below 0x8000 and is not sent").arg(number).arg(hex(address, 4), hex(std::min<uint64_t>(last, kSentLow - 1), 4));
     }
-    if (!sendsSomething)
-        return refuse(check, number + 1,
-                      check.records == 0 ? QStringLiteral("no S-records: the file is empty or not a microcontroller program")
-                                         : QStringLiteral("no S1 record with data in 0x8000 to 0xFFFF, the part of the program that is sent"));
-    check.ok = true;
-    return check;
+    return atEnd(check, sendsSomething, number, "no S-records: the file is empty or not a microcontroller program",
+                 "no S1 record with data in 0x8000 to 0xFFFF, the part of the program that is sent");
 }
 
 FirmwareCheck checkFpgaConfiguration(const QByteArray& bytes)
@@ -229,10 +237,8 @@ FirmwareCheck checkFpgaConfiguration(const QByteArray& bytes)
                                              .arg(present < count ? QStringLiteral("shorter") : QStringLiteral("longer"))
                                              .arg(count)
                                              .arg(present));
-        unsigned sum = 0;
-        for (uint8_t b : *fields)
-            sum += b;
-        if ((sum & 0xFF) != 0) {
+        const unsigned sum = byteSum(*fields);
+        if (sum != 0) {
             const unsigned given = fields->back();
             return refuse(check, number, QStringLiteral("bad checksum %1 (the record's bytes give %2)").arg(hex(given, 2), hex((given - sum) & 0xFF, 2)));
         }
@@ -267,12 +273,8 @@ FirmwareCheck checkFpgaConfiguration(const QByteArray& bytes)
         }
         ++check.records;
     }
-    if (!endLine)
-        return refuse(check, number + 1,
-                      check.records == 0 ? QStringLiteral("no records: the file is empty or not an FPGA configuration")
-                                         : QStringLiteral("no end-of-file record (:00000001FF): the file is cut short"));
-    check.ok = true;
-    return check;
+    return atEnd(check, endLine != 0, number, "no records: the file is empty or not an FPGA configuration",
+                 "no end-of-file record (:00000001FF): the file is cut short");
 }
 
 FirmwareCheck checkFirmwareFile(FirmwareKind kind, const QByteArray& bytes)
