@@ -257,8 +257,11 @@ QByteArray UpdateController::checkedFile(const QString& path, Kind kind)
         return {};
     }
     rz48::diag("%s: %s\n", qPrintable(path), qPrintable(check.verdict()));
-    for (const QString& warning : check.warnings)
+    fileWarnings_.clear();
+    for (const QString& warning : check.warnings) {
         rz48::diag("%s: line %s\n", qPrintable(path), qPrintable(warning));
+        fileWarnings_ << tr("Line %1").arg(warning);
+    }
     return bytes;
 }
 
@@ -473,6 +476,13 @@ void UpdateController::endAlert(const QString& message, bool versionReported)
     }
     if (!settingsNote_.isEmpty() && kind_ == Kind::Micro)
         details << settingsNote_;
+    if (!fileWarnings_.isEmpty()) {
+        constexpr int kShown = 5;
+        QStringList shown = fileWarnings_.mid(0, kShown);
+        if (fileWarnings_.size() > kShown)
+            shown << tr("... and %1 more").arg(fileWarnings_.size() - kShown);
+        details << tr("Not sent, as the update sends only S1 data from 0x8000 on:\n%1").arg(shown.join(u'\n'));
+    }
     rz48::showAlert(message == QLatin1String("success!") ? tr("The %1 update is complete.").arg(what)
                                                           : tr("The %1 update failed: %2").arg(what, message),
                     details.join(QStringLiteral("\n\n")));

@@ -11,6 +11,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <array>
 #include <cstdint>
@@ -114,7 +115,8 @@ private:
     unsigned settingsAnswered_ = 0; // bit n: the "j" report of 0xFC00 + 16 n
     QString program_;               // the microcontroller program's text, checked
     QByteArray loader_;
-    QString settingsNote_;          // for the end alert: what became of the settings
+    QString settingsNote_;
+    QStringList fileWarnings_;      // what the checked file has that is not sent          // for the end alert: what became of the settings
     bool awaitingVersion_ = false;  // a good update's alert waits for the unit's "k" report
     QProgressBar* progressBarUpdate = nullptr;
     QLabel* labelUpdate = nullptr;

@@ -74,6 +74,10 @@ protected:
             text += r.sRec().toLatin1() + "\r\n";
             std::copy(data.begin(), data.end(), expected.begin() + address);
         };
+        const uint8_t low[16] = {1, 2, 3};
+        SRecord below; // line 2: loaded, never sent
+        below.encode(low, 1, 0x7000, 16);
+        text += below.sRec().toLatin1() + "\n";
         for (uint32_t a = 0x8000; a < 0x8400; a += 32)
             add(a, 32);
         add(0xFC30, 16); // partly under the settings block
@@ -137,6 +141,7 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update is complete."));
     EXPECT_TRUE(alerts.details.last().startsWith(QStringLiteral("The unit reports firmware 3.32.6.")));
     EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("records fc00, fc10, fc20, fc30, 63 bytes"))) << alerts.details.last().toStdString();
+    EXPECT_TRUE(alerts.details.last().endsWith(QStringLiteral("Line 2: S1 data at 0x7000 to 0x700F lies below 0x8000 and is not sent")));
     // The Update tab keeps the last message.
     for (int tick = 0; tick < 60; ++tick)
         view->updates()->timer_service();
