@@ -15,6 +15,17 @@ Rgb colorFromBits(uint32_t bits)
     return {(bits & 2u) ? 0.0 : 1.0, (bits & 4u) ? 0.0 : 1.0, (bits & 1u) ? 0.0 : 1.0};
 }
 
+long long wholeCount(double v)
+{
+    if (std::isnan(v))
+        return 0;
+    if (v >= 9.2e18)
+        return LLONG_MAX;
+    if (v <= -9.2e18)
+        return LLONG_MIN;
+    return (long long)std::trunc(v);
+}
+
 int wholePart(double v)
 {
     if (std::isnan(v))

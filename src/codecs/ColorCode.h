@@ -39,5 +39,7 @@ std::array<Rgb, N> unpackColors(uint32_t code)
 
 // The whole part of a picture coordinate as an int, without overflow.
 int wholePart(double v);
+// The whole part of a count (of fiftieths, of hundredths) as 64 bits, without overflow.
+long long wholeCount(double v);
 
 } // namespace rz48::codecs

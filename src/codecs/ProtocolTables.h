@@ -5,6 +5,13 @@
 
 namespace rz48 {
 
+// What one numeric field of a command can carry: a decimal field a 32-bit
+// signed value, a hexadecimal one a 32-bit unsigned value. Controls hold
+// these ranges, so that a reported value goes back unchanged.
+inline constexpr long long kDecimalFieldMin = -2147483648LL;
+inline constexpr long long kDecimalFieldMax = 2147483647LL;
+inline constexpr long long kHexFieldMax = 0xFFFFFFFFLL;
+
 inline constexpr std::array<const char*, 16> kSdiGenerators = {
     "SMPTE_260M_1035i_30_Hz",
     "SMPTE_295M_1080i_25_Hz",

@@ -12,9 +12,9 @@ struct PunchSettings {
     std::array<bool, 4> reverse {};
     double x = 960, y = 540;   // centre, picture coordinates (y up)
     int radius = 64;
-    int durationFrames = 0;
-    int repeatSeconds = 0;     // hundredths of a second
-    int repeatCount = 0;
+    uint32_t durationFrames = 0;
+    uint32_t repeatSeconds = 0; // hundredths of a second
+    uint32_t repeatCount = 0;
     int enables = 0;           // bit 0 punch, 1 beeps, 2 black-cue-black, 3 picture when stopped
 };
 QString punchCommand(const PunchSettings& p);

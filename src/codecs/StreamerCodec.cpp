@@ -22,8 +22,8 @@ void readStreamerReport(const QString& line, uint32_t& v, StreamerSettings& s)
     const uint32_t code = next();
     s.width = int(next());
     next(); // reserved
-    s.duration = int(next());
-    s.delay = int(next());
+    s.duration = next();
+    s.delay = next();
     s.top = int(next());
     s.bottom = int(255u - next());
     s.transparency = int(next());

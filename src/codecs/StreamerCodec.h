@@ -8,8 +8,8 @@ namespace rz48::codecs {
 struct StreamerSettings {
     std::array<Rgb, 5> colors; // streamers 0 to 3, then the end bar
     int width = 40;            // pixels
-    int duration = 100;        // fiftieths of a second
-    int delay = 0;             // fiftieths of a second
+    uint32_t duration = 100;   // fiftieths of a second
+    uint32_t delay = 0;        // fiftieths of a second
     int top = 255;             // 0-255 of the picture height
     int bottom = 0;            // 0-255, sent as 255 minus the bottom
     int transparency = 0;      // 0 opaque, 255 clear

@@ -1,12 +1,15 @@
 #include "common/TextValue.h"
 
+#include <algorithm>
+#include <limits>
+
 #include <climits>
 #include <charconv>
 #include <cstdlib>
 
 namespace rz48 {
 
-int intValue(const QString& text)
+qint64 longValue(const QString& text)
 {
     const QByteArray s = text.toLatin1();
     const char* p = s.constData();
@@ -15,19 +18,22 @@ int intValue(const QString& text)
     bool negative = false;
     if (*p == '+' || *p == '-')
         negative = *p++ == '-';
-    long long v = 0;
+    // Accumulated toward the sign's side, so that the lowest value is reached too.
+    qint64 v = 0;
+    constexpr qint64 kMax = std::numeric_limits<qint64>::max(), kMin = std::numeric_limits<qint64>::min();
     while (*p >= '0' && *p <= '9') {
-        v = v * 10 + (*p++ - '0');
-        if (v > 1LL + INT_MAX)
-            v = 1LL + INT_MAX;
+        const int digit = *p++ - '0';
+        if (negative)
+            v = v < (kMin + digit) / 10 ? kMin : v * 10 - digit;
+        else
+            v = v > (kMax - digit) / 10 ? kMax : v * 10 + digit;
     }
-    if (negative)
-        v = -v;
-    if (v > INT_MAX)
-        return INT_MAX;
-    if (v < INT_MIN)
-        return INT_MIN;
-    return int(v);
+    return v;
+}
+
+int intValue(const QString& text)
+{
+    return int(std::clamp<qint64>(longValue(text), INT_MIN, INT_MAX));
 }
 
 double doubleValue(const QString& text)

@@ -7,6 +7,7 @@
 namespace rz48 {
 
 int intValue(const QString& text);       // saturates at the 32-bit limits
+qint64 longValue(const QString& text);   // saturates at the 64-bit limits
 double doubleValue(const QString& text); // "." as the decimal point in any locale, optional exponent
 
 } // namespace rz48

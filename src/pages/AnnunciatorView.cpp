@@ -44,7 +44,7 @@ int selected(const QComboBox* combo)
 AnnunciatorView::AnnunciatorView(QWidget* parent)
     : CuePage(QStringLiteral("annunciatorView"), QStringLiteral("overlayControls"),
               "PunchView thread is nil!\n", // the punch page's words, kept
-              [] -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawAnnunciatorThread>(); }, parent)
+              []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawAnnunciatorThread>(); }, parent)
 {
     buildControls();
 }

@@ -1,5 +1,6 @@
 #include "pages/MonitorView.h"
 
+#include "codecs/ProtocolTables.h"
 #include "codecs/ReportRouter.h"
 #include "common/Diagnostics.h"
 #include "common/TextValue.h"
@@ -25,7 +26,7 @@ FieldStepper::Rule fiftieths()
 {
     FieldStepper::Rule rule;
     rule.show = [](qint64 v) { return QString::number(v / 50.0); };
-    rule.read = [](const QString& text) { return rz48::codecs::wholePart(rz48::doubleValue(text) * 50.0 + 0.25); };
+    rule.read = [](const QString& text) { return qint64(rz48::codecs::wholeCount(rz48::doubleValue(text) * 50.0 + 0.25)); };
     return rule;
 }
 
@@ -33,7 +34,7 @@ FieldStepper::Rule fiftieths()
 
 MonitorView::MonitorView(QWidget* parent)
     : CuePage(QStringLiteral("monitorView"), QStringLiteral("streamerControls"), "MonitorView thread is nil",
-              [] -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawStreamerThread>(); }, parent)
+              []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawStreamerThread>(); }, parent)
 {
     buildControls();
 }
@@ -53,10 +54,10 @@ void MonitorView::buildControls()
     form->addRow(tr("Bottom"), sliderStreamerBottom->row());
     form->addRow(tr("Transparency"), sliderStreamerTransparency->row());
 
-    duration_ = new FieldStepper(QStringLiteral("textStreamerDuration"), QStringLiteral("stepperStreamerDuration"), 0, 3000,
+    duration_ = new FieldStepper(QStringLiteral("textStreamerDuration"), QStringLiteral("stepperStreamerDuration"), 0, rz48::kHexFieldMax,
                                  fiftieths(), tr("s"), controls_);
     duration_->setQuietly(100);
-    delay_ = new FieldStepper(QStringLiteral("textStreamerDelay"), QStringLiteral("stepperStreamerDelay"), 0, 3000,
+    delay_ = new FieldStepper(QStringLiteral("textStreamerDelay"), QStringLiteral("stepperStreamerDelay"), 0, rz48::kHexFieldMax,
                               fiftieths(), tr("s"), controls_);
     form->addRow(tr("Duration"), duration_);
     form->addRow(tr("Delay"), delay_);
@@ -116,8 +117,8 @@ rz48::codecs::StreamerSettings MonitorView::settingsFromControls() const
         s.colors[i] = rgbOf(colorWellStreamer[i]->color());
     s.colors[4] = rgbOf(colorWellEndBar->color());
     s.width = sliderStreamerWidth->value();
-    s.duration = duration_->value();
-    s.delay = delay_->value();
+    s.duration = uint32_t(duration_->value());
+    s.delay = uint32_t(delay_->value());
     s.top = sliderStreamerTop->value();
     s.bottom = sliderStreamerBottom->value();
     s.transparency = sliderStreamerTransparency->value();

@@ -1,5 +1,6 @@
 #include "pages/PunchView.h"
 
+#include "codecs/ProtocolTables.h"
 #include "codecs/ReportRouter.h"
 #include "common/Diagnostics.h"
 #include "common/Picture.h"
@@ -20,7 +21,7 @@ using namespace rz48::widgets;
 
 PunchView::PunchView(QWidget* parent)
     : CuePage(QStringLiteral("punchView"), QStringLiteral("punchControls"), "PunchView thread is nil!\n",
-              [] -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawThread>(); }, parent)
+              []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawThread>(); }, parent)
 {
     buildControls();
 }
@@ -53,12 +54,13 @@ void PunchView::buildControls()
     // seconds are truncated with no rounding term, unlike the streamer page's times.
     FieldStepper::Rule hundredths;
     hundredths.show = [](qint64 v) { return QString::number(v / 100.0); };
-    hundredths.read = [](const QString& text) { return rz48::codecs::wholePart(rz48::doubleValue(text) * 100.0); };
-    durationFrames = new FieldStepper(QStringLiteral("textDurationFrames"), QStringLiteral("durationFrames"), 0, 255, {},
-                                      tr("frames"), controls_);
-    repeatSeconds = new FieldStepper(QStringLiteral("textRepeatSeconds"), QStringLiteral("repeatSeconds"), 0, 6000,
+    hundredths.read = [](const QString& text) { return qint64(rz48::codecs::wholeCount(rz48::doubleValue(text) * 100.0)); };
+    durationFrames = new FieldStepper(QStringLiteral("textDurationFrames"), QStringLiteral("durationFrames"), 0, rz48::kHexFieldMax,
+                                      {}, tr("frames"), controls_);
+    repeatSeconds = new FieldStepper(QStringLiteral("textRepeatSeconds"), QStringLiteral("repeatSeconds"), 0, rz48::kHexFieldMax,
                                      hundredths, tr("s"), controls_);
-    repeatCount = new FieldStepper(QStringLiteral("textRepeatCount"), QStringLiteral("repeatCount"), 0, 255, {}, {}, controls_);
+    repeatCount = new FieldStepper(QStringLiteral("textRepeatCount"), QStringLiteral("repeatCount"), 0, rz48::kHexFieldMax, {}, {},
+                                   controls_);
     form->addRow(tr("Duration"), durationFrames);
     form->addRow(tr("Repeat every"), repeatSeconds);
     form->addRow(tr("Repeats"), repeatCount);
@@ -107,9 +109,9 @@ rz48::codecs::PunchSettings PunchView::settingsFromControls() const
     p.x = punchPoint_.x();
     p.y = punchPoint_.y();
     p.radius = sliderPunchSize->value();
-    p.durationFrames = durationFrames->value();
-    p.repeatSeconds = repeatSeconds->value();
-    p.repeatCount = repeatCount->value();
+    p.durationFrames = uint32_t(durationFrames->value());
+    p.repeatSeconds = uint32_t(repeatSeconds->value());
+    p.repeatCount = uint32_t(repeatCount->value());
     return p;
 }
 

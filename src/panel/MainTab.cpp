@@ -73,7 +73,7 @@ MainTab::MainTab(QWidget* parent)
     for (int i = 0; i < 5; ++i) {
         const QString name = QLatin1String(kMaskingNames[i]);
         masking_[size_t(i)] = new FieldStepper(QStringLiteral("textBoxMasking") + name, QStringLiteral("stepperMasking") + name,
-                                               0, i == 4 ? 255 : 1080, {}, tr(kMaskingUnits[i]), this);
+                                               rz48::kDecimalFieldMin, rz48::kDecimalFieldMax, {}, tr(kMaskingUnits[i]), this);
         maskLayout->addWidget(new QLabel(name, this), i, 0);
         maskLayout->addWidget(masking_[size_t(i)], i, 1);
         connect(masking_[size_t(i)], &FieldStepper::edited, this, &MainTab::sendMasking);
@@ -95,7 +95,8 @@ MainTab::MainTab(QWidget* parent)
     FieldStepper::Rule trimRule;
     trimRule.show = [](qint64 v) { return QString::number(maintab::trimDisplayValue(int(v))); };
     trimRule.read = [](const QString& text) { return maintab::trimFromDisplayValue(rz48::doubleValue(text)); };
-    trim_ = new FieldStepper(QStringLiteral("textDelayTrim"), QStringLiteral("stepperDelayTrim"), -5000, 5000, trimRule, tr("s"), this);
+    trim_ = new FieldStepper(QStringLiteral("textDelayTrim"), QStringLiteral("stepperDelayTrim"), rz48::kDecimalFieldMin, rz48::kDecimalFieldMax, trimRule,
+                             tr("s"), this);
     auto* trimRow = new QHBoxLayout;
     trimRow->addWidget(new QLabel(tr("Delay trim"), this));
     trimRow->addWidget(trim_);

@@ -7,7 +7,7 @@
 #include <QLineEdit>
 #include <QSignalBlocker>
 
-FieldStepper::FieldStepper(const QString& textName, const QString& stepperName, int minimum, int maximum, Rule rule,
+FieldStepper::FieldStepper(const QString& textName, const QString& stepperName, qint64 minimum, qint64 maximum, Rule rule,
                            const QString& unit, QWidget* parent)
     : QWidget(parent)
     , rule_(std::move(rule))
@@ -28,7 +28,7 @@ FieldStepper::FieldStepper(const QString& textName, const QString& stepperName, 
     connect(stepper_, &Stepper::valueChanged, this, &FieldStepper::stepped);
 }
 
-int FieldStepper::value() const
+qint64 FieldStepper::value() const
 {
     return stepper_->value();
 }
@@ -37,7 +37,7 @@ void FieldStepper::setQuietly(qint64 value)
 {
     const QSignalBlocker blockText(text_), blockStepper(stepper_);
     show(rule_.show(value));
-    stepper_->setValue(int(value));
+    stepper_->setValue(value);
 }
 
 void FieldStepper::showStepperQuietly()
@@ -58,7 +58,7 @@ void FieldStepper::typed()
     // what the operator typed does.
     if (text_->text() == shown_)
         return;
-    int value = rule_.read(text_->text());
+    qint64 value = rule_.read(text_->text());
     shown_ = text_->text();
     if (rule_.rewriteAboveMaximum && value > stepper_->maximum()) {
         value = stepper_->maximum();

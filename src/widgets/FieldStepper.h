@@ -18,7 +18,7 @@ struct FieldRule {
     // The field's text for a stepper value.
     std::function<QString(qint64)> show = [](qint64 value) { return QString::number(value); };
     // The stepper value of typed text.
-    std::function<int(const QString&)> read = &rz48::intValue;
+    std::function<qint64(const QString&)> read = &rz48::longValue;
     // A typed value above the maximum is written back into the field as the maximum.
     bool rewriteAboveMaximum = false;
 };
@@ -29,17 +29,17 @@ public:
     using Rule = FieldRule;
 
     // The field and the stepper carry the names given; `unit` is shown after them.
-    FieldStepper(const QString& textName, const QString& stepperName, int minimum, int maximum, Rule rule = {},
+    FieldStepper(const QString& textName, const QString& stepperName, qint64 minimum, qint64 maximum, Rule rule = {},
                  const QString& unit = {}, QWidget* parent = nullptr);
 
     QLineEdit* text() const { return text_; }
     Stepper* stepper() const { return stepper_; }
-    int value() const;
+    qint64 value() const;
     // The value last typed (before the stepper's range applies) or stepped.
-    int entered() const { return entered_; }
+    qint64 entered() const { return entered_; }
 
     // On behalf of the unit: the field shows `value` as reported and the
-    // stepper takes it as an int (within its range); nothing is emitted.
+    // stepper takes it (within its range); nothing is emitted.
     void setQuietly(qint64 value);
     // The field shows what the stepper holds; nothing is emitted.
     void showStepperQuietly();
@@ -53,7 +53,7 @@ private:
     void show(const QString& text);
 
     Rule rule_;
-    int entered_ = 0;
+    qint64 entered_ = 0;
     QString shown_; // what the field says as the page last filled it in or read it
     QLineEdit* text_;
     Stepper* stepper_;

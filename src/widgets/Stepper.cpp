@@ -28,7 +28,7 @@ public:
 
 } // namespace
 
-Stepper::Stepper(const QString& objectName, int minimum, int maximum, int increment, QWidget* parent)
+Stepper::Stepper(const QString& objectName, qint64 minimum, qint64 maximum, int increment, QWidget* parent)
     : QWidget(parent)
     , value_(minimum)
     , minimum_(minimum)
@@ -53,7 +53,7 @@ Stepper::Stepper(const QString& objectName, int minimum, int maximum, int increm
     connect(down_, &QToolButton::clicked, this, [this] { stepBy(-1); });
 }
 
-void Stepper::setValue(int value)
+void Stepper::setValue(qint64 value)
 {
     value = qBound(minimum_, value, maximum_);
     if (value == value_)
@@ -64,8 +64,8 @@ void Stepper::setValue(int value)
 
 void Stepper::stepBy(int steps)
 {
-    const long long next = (long long)value_ + (long long)steps * increment_;
-    setValue(int(std::clamp<long long>(next, minimum_, maximum_)));
+    // The ranges stay far inside 64 bits: no step overflows.
+    setValue(value_ + qint64(steps) * increment_);
 }
 
 void Stepper::wheelEvent(QWheelEvent* event)

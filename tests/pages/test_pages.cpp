@@ -98,19 +98,26 @@ TEST_F(PagesTest, StreamerReportSetsEverythingAndSendsNothing)
     const size_t before = host.unit().commands().size();
     const size_t triggersBefore = host.unit().triggers().size();
     const int lines = view->linesProcessed();
-    host.inject("C 7fff 28 0 64 0 ff ff 0\r\n>");
+    // Every field different, the duration at the top of its 32 bits.
+    host.inject("C 7fff 28 5 ffffffff 1f4 c0 10 22\r\n>");
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() > lines; }));
     for (const char* well : {"colorWellStreamer0", "colorWellStreamer1", "colorWellStreamer2", "colorWellStreamer3",
                              "colorWellEndBar"})
         EXPECT_EQ(wellColor(well), QColor(Qt::black)) << well;
     EXPECT_EQ(find<QSlider>("sliderStreamerWidth")->value(), 40);
-    EXPECT_EQ(find<Stepper>("stepperStreamerDuration")->value(), 100);
-    EXPECT_EQ(find<QLineEdit>("textStreamerDuration")->text(), QStringLiteral("2"));
-    EXPECT_EQ(find<QSlider>("sliderStreamerTop")->value(), 255);
-    EXPECT_EQ(find<QSlider>("sliderStreamerBottom")->value(), 0);
+    EXPECT_EQ(find<Stepper>("stepperStreamerDuration")->value(), 0xFFFFFFFFLL);
+    EXPECT_EQ(find<Stepper>("stepperStreamerDelay")->value(), 500);
+    EXPECT_EQ(find<QLineEdit>("textStreamerDelay")->text(), QStringLiteral("10"));
+    EXPECT_EQ(find<QSlider>("sliderStreamerTop")->value(), 0xc0);
+    EXPECT_EQ(find<QSlider>("sliderStreamerBottom")->value(), 255 - 0x10);
+    EXPECT_EQ(find<QSlider>("sliderStreamerTransparency")->value(), 0x22);
     QTest::qWait(500); // longer than the debounce
     EXPECT_EQ(host.unit().commands().size(), before);
     EXPECT_EQ(host.unit().triggers().size(), triggersBefore);
+    // Touching another control sends every reported value back as it came (the reserved field as 0).
+    find<QSlider>("sliderStreamerWidth")->triggerAction(QAbstractSlider::SliderSingleStepAdd);
+    ASSERT_TRUE(waitUntil([&] { return host.unit().commands().size() > before; }));
+    EXPECT_EQ(host.unit().commands().back(), "C 7fff 29 0 ffffffff 1f4 c0 10 22");
 }
 
 TEST_F(PagesTest, StreamerTextsAndHalfColours)
@@ -147,9 +154,18 @@ TEST_F(PagesTest, PunchControlsSendAtOnce)
     EXPECT_NE(out.text().find("onCheckBoxRev0: 1\n"), std::string::npos);
     // Repeat seconds are truncated without a rounding term: 0.29 may become 28.
     auto* seconds = find<QLineEdit>("textRepeatSeconds");
-    seconds->setText(QStringLiteral("0.29"));
-    QTest::keyClick(seconds, Qt::Key_Return);
+    expectSends([&] { seconds->setText(QStringLiteral("0.29")); QTest::keyClick(seconds, Qt::Key_Return); }, "E 1000 70 77 87 5 1c 3 1");
     EXPECT_EQ(find<Stepper>("repeatSeconds")->value(), 28);
+
+    // Values above any sensible limit, and enable bits 1 to 3 from a report, go back as they came.
+    const int lines = view->linesProcessed();
+    host.inject("E 1000 70 77 87 1ff 2710 100 e\r\n>");
+    ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() > lines; }));
+    EXPECT_EQ(find<QLineEdit>("textRepeatSeconds")->text(), QStringLiteral("100"));
+    EXPECT_FALSE(find<QCheckBox>("checkBoxPunchEnable")->isChecked());
+    EXPECT_TRUE(find<QCheckBox>("checkBoxPictureWhenStopped")->isChecked());
+    expectSends([&] { find<QCheckBox>("checkBoxPunchEnable")->click(); }, "E 1000 70 77 87 1ff 2710 100 f");
+    expectSends([&] { find<QCheckBox>("checkBoxBeepsEnable")->click(); }, "E 1000 70 77 87 1ff 2710 100 d");
 }
 
 TEST_F(PagesTest, MousePlacesThePunchWithYPointingUp)

@@ -147,14 +147,19 @@ TEST_F(PanelTest, ReportSetsControlsAndSendsNothing)
     startWithUnit();
     const size_t before = host.unit().commands().size();
     const int lines = view->linesProcessed();
-    host.inject("Q 1\r\n>M 3\r\n>A 8\r\n>");
-    ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= lines + 3; }));
+    // Masking and trim beyond any picture size: whatever the unit reports
+    // goes back unchanged when another control of the group is touched.
+    host.inject("Q 1\r\n>M 3\r\n>A 8\r\n>H 2000 -5 1500 1920 300\r\n>J 6000\r\n>");
+    ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= lines + 5; }));
     EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
     EXPECT_EQ(find<QComboBox>("comboBoxSdiGenerator")->currentIndex(), 3);
     EXPECT_TRUE(find<RadioMatrix>("rateMatrix")->isCellOn(0));
+    EXPECT_EQ(find<QLineEdit>("textBoxMaskingBottom")->text(), QStringLiteral("-5"));
     EXPECT_EQ(view->comThread()->txCount(), 0);
     QTest::qWait(100);
     EXPECT_EQ(host.unit().commands().size(), before);
+    expectSends([&] { find<Stepper>("stepperMaskingTop")->upButton()->click(); }, "H 2001 -5 1500 1920 300");
+    expectSends([&] { find<Stepper>("stepperDelayTrim")->upButton()->click(); }, "J 6001");
 }
 
 TEST_F(PanelTest, GarbledUnitNeverStopsThePanel)
