@@ -28,15 +28,54 @@ namespace {
 enum DragItem { None = 0, Annunciator = 1, Timecode = 2, Text = 3 };
 enum Request { MoveAnnunciator = 1, RedrawOnly = 2, MoveTimecode = 3, MoveText = 4 };
 
-// Selects the item of a report's index; an index the list does not have selects nothing.
+// A colour list keeps the number a report gave it (as a property) until
+// the operator chooses: a number the list does not have selects nothing,
+// and is still what the page sends back.
+constexpr const char* kReported = "reportedNumber";
+constexpr const char* kReportedPair = "reportedPair"; // on the text colour's list: the whole pair field
+
 void selectQuietly(QComboBox* combo, int64_t index)
 {
     setQuietly(combo, [&](QComboBox* c) { c->setCurrentIndex(index >= 0 && index < c->count() ? int(index) : -1); });
+    combo->setProperty(kReported, qlonglong(index));
+    combo->setProperty(kReportedPair, QVariant());
+}
+
+void selectPairQuietly(QComboBox* text, QComboBox* box, uint32_t pair)
+{
+    selectQuietly(box, overlay::pairBox(pair));
+    selectQuietly(text, overlay::pairText(pair));
+    text->setProperty(kReportedPair, qlonglong(pair));
+}
+
+// A colour list whose reported number gives way to any change not made by a
+// report (reports change it with its signals blocked), before any handler
+// of the operator's choice runs.
+QComboBox* colourList(const char* name, QWidget* parent)
+{
+    QComboBox* combo = rz48::widgets::colorCombo(name, parent);
+    const auto chosen = [combo] {
+        combo->setProperty(kReported, QVariant());
+        combo->setProperty(kReportedPair, QVariant());
+    };
+    QObject::connect(combo, &QComboBox::currentIndexChanged, combo, chosen);
+    QObject::connect(combo, &QComboBox::activated, combo, chosen);
+    return combo;
 }
 
 int selected(const QComboBox* combo)
 {
-    return std::max(combo->currentIndex(), 0);
+    const QVariant reported = combo->property(kReported);
+    return reported.isValid() ? int(reported.toLongLong()) : std::max(combo->currentIndex(), 0);
+}
+
+// The pair field as reported while neither list was changed since, else text + 16 x box.
+int pairOf(const QComboBox* text, const QComboBox* box)
+{
+    const QVariant pair = text->property(kReportedPair);
+    if (pair.isValid() && text->property(kReported).isValid() && box->property(kReported).isValid())
+        return int(pair.toLongLong());
+    return overlay::colorPair(selected(text), selected(box));
 }
 
 } // namespace
@@ -72,12 +111,12 @@ void AnnunciatorView::buildControls()
     matrixAnnunciator = new RadioMatrix(QStringLiteral("matrixAnnunciator"),
                                         {tr("Off"), tr("Rehearse"), tr("Record"), tr("Playback")}, Qt::Horizontal);
     aForm->addWidget(matrixAnnunciator, 0, 0, 1, 3);
-    comboBoxAnnunciatorForeground = colorCombo("comboBoxAnnunciatorForeground", controls_);
-    comboBoxAnnunciatorBackground = colorCombo("comboBoxAnnunciatorBackground", controls_);
-    comboBoxAnnunciatorForegroundRecord = colorCombo("comboBoxAnnunciatorForegroundRecord", controls_);
-    comboBoxAnnunciatorBackgroundRecord = colorCombo("comboBoxAnnunciatorBackgroundRecord", controls_);
-    comboBoxAnnunciatorForegroundPlayback = colorCombo("comboBoxAnnunciatorForegroundPlayback", controls_);
-    comboBoxAnnunciatorBackgroundPlayback = colorCombo("comboBoxAnnunciatorBackgroundPlayback", controls_);
+    comboBoxAnnunciatorForeground = colourList("comboBoxAnnunciatorForeground", controls_);
+    comboBoxAnnunciatorBackground = colourList("comboBoxAnnunciatorBackground", controls_);
+    comboBoxAnnunciatorForegroundRecord = colourList("comboBoxAnnunciatorForegroundRecord", controls_);
+    comboBoxAnnunciatorBackgroundRecord = colourList("comboBoxAnnunciatorBackgroundRecord", controls_);
+    comboBoxAnnunciatorForegroundPlayback = colourList("comboBoxAnnunciatorForegroundPlayback", controls_);
+    comboBoxAnnunciatorBackgroundPlayback = colourList("comboBoxAnnunciatorBackgroundPlayback", controls_);
     const QStringList modes {tr("Rehearse"), tr("Record"), tr("Playback")};
     QComboBox* pairs[3][2] = {{comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground},
                               {comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord},
@@ -98,8 +137,8 @@ void AnnunciatorView::buildControls()
     auto* timecode = new QGroupBox(tr("Timecode window"), controls_);
     auto* tForm = new QGridLayout(timecode);
     checkBoxTcVisible = checkBox(QStringLiteral("checkBoxTcVisible"), tr("Visible"), controls_);
-    comboBoxTcForeground = colorCombo("comboBoxTcForeground", controls_);
-    comboBoxTcBackground = colorCombo("comboBoxTcBackground", controls_);
+    comboBoxTcForeground = colourList("comboBoxTcForeground", controls_);
+    comboBoxTcBackground = colourList("comboBoxTcBackground", controls_);
     tForm->addWidget(checkBoxTcVisible, 0, 0);
     tForm->addWidget(comboBoxTcForeground, 0, 1);
     tForm->addWidget(comboBoxTcBackground, 0, 2);
@@ -110,8 +149,8 @@ void AnnunciatorView::buildControls()
 
     auto* text = new QGroupBox(tr("Text lines"), controls_);
     auto* xForm = new QGridLayout(text);
-    comboBoxTextForeground = colorCombo("comboBoxTextForeground", controls_);
-    comboBoxTextBackground = colorCombo("comboBoxTextBackground", controls_);
+    comboBoxTextForeground = colourList("comboBoxTextForeground", controls_);
+    comboBoxTextBackground = colourList("comboBoxTextBackground", controls_);
     showSampleText = button(QStringLiteral("showSampleText"), tr("Show sample"), controls_);
     clearSampleText = button(QStringLiteral("clearSampleText"), tr("Clear"), controls_);
     xForm->addWidget(new QLabel(tr("Colours"), controls_), 0, 0);
@@ -180,33 +219,32 @@ void AnnunciatorView::sendAnnunciator()
     const QRectF r = annunciatorRect();
     send(overlay::annunciatorCommand(mode, selected(comboBoxAnnunciatorForeground), selected(comboBoxAnnunciatorBackground),
                                      overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
-                                     annunciatorSize_->value()));
+                                     int(annunciatorSize_->value())));
     skipEcho = true;
 }
 
 void AnnunciatorView::sendTc()
 {
     const QRectF r = tcRect();
-    send(overlay::timecodeCommand(tcSize_->value(), checkBoxTcVisible->isChecked(), overlay::positionX(r.x()),
-                                  overlay::positionY(r.y(), r.height()),
-                                  overlay::colorPair(selected(comboBoxTcForeground), selected(comboBoxTcBackground))));
+    send(overlay::timecodeCommand(int(tcSize_->value()), checkBoxTcVisible->isChecked(), overlay::positionX(r.x()),
+                                  overlay::positionY(r.y(), r.height()), pairOf(comboBoxTcForeground, comboBoxTcBackground)));
     skipEcho = true;
 }
 
 void AnnunciatorView::sendTextParams()
 {
     const QRectF r = textRect();
-    send(overlay::textParamsCommand(textSize_->value(), overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
-                                    overlay::colorPair(selected(comboBoxTextForeground), selected(comboBoxTextBackground))));
+    send(overlay::textParamsCommand(int(textSize_->value()), overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
+                                    pairOf(comboBoxTextForeground, comboBoxTextBackground)));
     skipEcho = true;
 }
 
 void AnnunciatorView::sendAnnunciatorColors()
 {
     send(overlay::annunciatorColorsCommand(
-        overlay::colorPair(selected(comboBoxAnnunciatorForeground), selected(comboBoxAnnunciatorBackground)),
-        overlay::colorPair(selected(comboBoxAnnunciatorForegroundRecord), selected(comboBoxAnnunciatorBackgroundRecord)),
-        overlay::colorPair(selected(comboBoxAnnunciatorForegroundPlayback), selected(comboBoxAnnunciatorBackgroundPlayback))));
+        pairOf(comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground),
+        pairOf(comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord),
+        pairOf(comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback)));
 }
 
 void AnnunciatorView::sendCom()
@@ -254,10 +292,8 @@ std::optional<int64_t> AnnunciatorView::boxFromString(const QString& line, QPoin
 {
     const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
     const size_t n = f.size();
-    if (n >= 4) {
-        selectQuietly(fore, overlay::pairText(uint32_t(f[3])));
-        selectQuietly(back, overlay::pairBox(uint32_t(f[3])));
-    }
+    if (n >= 4)
+        selectPairQuietly(fore, back, uint32_t(f[3]));
     if (n >= 3) // deliberately the timecode box's height for the text box too
         point.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
     if (n >= 2)
@@ -295,10 +331,8 @@ void AnnunciatorView::annunciatorColorsFromString(const QString& line)
     QComboBox* pairs[3][2] = {{comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground},
                               {comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord},
                               {comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback}};
-    for (size_t i = f.size(); i-- > 0;) {
-        selectQuietly(pairs[i][1], overlay::pairBox(uint32_t(f[i])));
-        selectQuietly(pairs[i][0], overlay::pairText(uint32_t(f[i])));
-    }
+    for (size_t i = f.size(); i-- > 0;)
+        selectPairQuietly(pairs[i][0], pairs[i][1], uint32_t(f[i]));
 }
 
 void AnnunciatorView::comFromString(const QString& line)

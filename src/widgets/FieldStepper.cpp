@@ -30,7 +30,7 @@ FieldStepper::FieldStepper(const QString& textName, const QString& stepperName, 
 
 qint64 FieldStepper::value() const
 {
-    return stepper_->value();
+    return reported_ ? *reported_ : stepper_->value();
 }
 
 void FieldStepper::setQuietly(qint64 value)
@@ -38,6 +38,7 @@ void FieldStepper::setQuietly(qint64 value)
     const QSignalBlocker blockText(text_), blockStepper(stepper_);
     show(rule_.show(value));
     stepper_->setValue(value);
+    reported_ = value;
 }
 
 void FieldStepper::showStepperQuietly()
@@ -66,6 +67,7 @@ void FieldStepper::typed()
         show(rule_.show(value));
     }
     entered_ = value;
+    reported_.reset();
     {
         const QSignalBlocker block(stepper_);
         stepper_->setValue(value);
@@ -76,6 +78,7 @@ void FieldStepper::typed()
 void FieldStepper::stepped()
 {
     entered_ = stepper_->value();
+    reported_.reset();
     showStepperQuietly();
     emit edited();
 }

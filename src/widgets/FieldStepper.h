@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <optional>
 
 class QLineEdit;
 class Stepper;
@@ -34,6 +35,8 @@ public:
 
     QLineEdit* text() const { return text_; }
     Stepper* stepper() const { return stepper_; }
+    // What the page sends: the value a report set, as reported (even where
+    // the stepper's range holds less), until the operator types or steps.
     qint64 value() const;
     // The value last typed (before the stepper's range applies) or stepped.
     qint64 entered() const { return entered_; }
@@ -54,6 +57,7 @@ private:
 
     Rule rule_;
     qint64 entered_ = 0;
+    std::optional<qint64> reported_;
     QString shown_; // what the field says as the page last filled it in or read it
     QLineEdit* text_;
     Stepper* stepper_;

@@ -235,6 +235,21 @@ TEST_F(OverlayPageTest, TimecodeSizeColoursAndVisibility)
     emit size->editingFinished();
     QTest::qWait(400);
     EXPECT_EQ(host.unit().commands().size(), sent);
+
+    // A size and a box colour beyond the lists: shown as far as they can be,
+    // and sent back as reported when another control of the window changes.
+    report("m 134 10 20 195"); // size 6, visible; yellow (3) on colour 12
+    EXPECT_EQ(size->text(), QStringLiteral("6"));
+    EXPECT_EQ(find<QComboBox>("comboBoxTcBackground")->currentIndex(), -1);
+    expectSends([&] { find<QCheckBox>("checkBoxTcVisible")->click(); }, [&] {
+        const QRectF r = page->thread()->tcRect();
+        return QStringLiteral("m 6 %1 %2 195").arg(overlay::positionX(r.x())).arg(overlay::positionY(r.y(), r.height())).toStdString();
+    }());
+    // Once the operator chooses a colour, the lists say what is sent.
+    expectSends([&] { QTest::keyClick(find<QComboBox>("comboBoxTcBackground"), Qt::Key_Down); }, [&] {
+        const QRectF r = page->thread()->tcRect();
+        return QStringLiteral("m 6 %1 %2 3").arg(overlay::positionX(r.x())).arg(overlay::positionY(r.y(), r.height())).toStdString();
+    }());
 }
 
 TEST_F(OverlayPageTest, ColourAndProtocolReports)
@@ -258,7 +273,7 @@ TEST_F(OverlayPageTest, ColourAndProtocolReports)
     expectSends([&] { find<RadioMatrix>("matrixCom")->cell(1)->click(); }, "n 1");
     expectSends([&] { find<QComboBox>("comboBoxAnnunciatorBackgroundPlayback")->setCurrentIndex(3);
                       QTest::keyClick(find<QComboBox>("comboBoxAnnunciatorForegroundPlayback"), Qt::Key_Up); },
-                "t 17 52 36"); // Playback now blue (6) on green (3)
+                "t 1f 52 36"); // Playback now blue (6) on green (3); Rehearse as reported, not as its lists show it (7 on 1)
 }
 
 TEST_F(OverlayPageTest, EchoOfAnySentOverlayCommandIsDropped)
