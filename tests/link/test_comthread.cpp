@@ -159,23 +159,39 @@ TEST_F(LinkTest, OrdinaryFileIsNeverProbed)
     EXPECT_EQ(f.size(), 0);
 }
 
-TEST_F(LinkTest, RefusedPermissionIsExplained)
+// Root opens anything, so these attempts run in a helper process (this
+// program again) that drops to an unprivileged user first.
+int runAsNobody(const char* variable, const std::string& value, QString* output)
 {
-    // Root opens anything, so the attempt runs in a helper process that has
-    // dropped to an unprivileged user first.
-    const std::string file = path("tty.usbserial-locked");
-    ::close(::open(file.c_str(), O_CREAT | O_WRONLY, 0000));
     QProcess child;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("RZ48_TEST_OPEN_AS_NOBODY"), QString::fromStdString(file));
+    env.insert(QLatin1String(variable), QString::fromStdString(value));
     child.setProcessEnvironment(env);
     child.start(QCoreApplication::applicationFilePath(), {});
-    ASSERT_TRUE(child.waitForFinished(20000));
-    const QString output = QString::fromLocal8Bit(child.readAllStandardOutput());
-    EXPECT_EQ(child.exitCode(), 0) << output.toStdString();
+    if (!child.waitForFinished(20000))
+        return -1;
+    *output = QString::fromLocal8Bit(child.readAllStandardOutput() + child.readAllStandardError());
+    return child.exitCode();
+}
+
+TEST_F(LinkTest, RefusedPermissionIsExplained)
+{
+    const std::string file = path("tty.usbserial-locked");
+    ::close(::open(file.c_str(), O_CREAT | O_WRONLY, 0000));
+    QString output;
+    EXPECT_EQ(runAsNobody("RZ48_TEST_OPEN_AS_NOBODY", file, &output), 0) << output.toStdString();
     EXPECT_TRUE(output.contains(QStringLiteral("failed to open %1\n").arg(QString::fromStdString(file))));
     EXPECT_TRUE(output.contains(QStringLiteral("permission denied")));
     EXPECT_TRUE(output.contains(QStringLiteral("dialout")));
+}
+
+TEST_F(LinkTest, PortIsExclusiveOnlyWhileHeld)
+{
+    // A second panel of the same user is refused the port while the first
+    // has it, and gets it once the first has closed it (1: not exclusive,
+    // 2: still exclusive after the close).
+    QString output;
+    EXPECT_EQ(runAsNobody("RZ48_TEST_REOPEN_AS_NOBODY", "1", &output), 0) << output.toStdString();
 }
 
 TEST_F(LinkTest, SendsBeforeStartThreadAreDropped)

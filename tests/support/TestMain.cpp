@@ -1,6 +1,7 @@
 // Test entry: sets up a display-less Qt application before GoogleTest runs,
 // and serves as the helper process that tests start to act as another user.
 #include "common/Diagnostics.h"
+#include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 
 #include <QApplication>
@@ -9,25 +10,67 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <memory>
 #include <grp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
+bool becomeNobody()
+{
+    if (::getuid() != 0)
+        return true;
+    const gid_t nogroup = 65534;
+    return ::setgroups(1, &nogroup) == 0 && ::setgid(65534) == 0 && ::setuid(65534) == 0;
+}
+
 // RZ48_TEST_OPEN_AS_NOBODY=<path>: drop to the unprivileged user, then let the
 // link try the port at <path>. Exit 0 when the open was refused.
 int openAsNobody(const char* path)
 {
-    if (::getuid() == 0) {
-        const gid_t nogroup = 65534;
-        if (::setgroups(1, &nogroup) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0)
-            return 3;
-    }
+    if (!becomeNobody())
+        return 3;
     ComThread link;
     link.setExplicitPort(QString::fromLocal8Bit(path));
     link.setDriverCheck([] { return true; });
     return link.openUsbSerial() == -1 ? 0 : 1;
+}
+
+// RZ48_TEST_REOPEN_AS_NOBODY=1: as the unprivileged user, with the emulated
+// unit on a pseudo-terminal of that user's (whose far side stays open, as
+// rz48-emu keeps it): a second link is refused while the first holds the
+// port, and finds the unit once the first has closed it. Exit 0 when both hold.
+int reopenAsNobody()
+{
+    if (!becomeNobody())
+        return 3;
+    char dir[] = "/tmp/rz48-reopen-XXXXXX";
+    if (!::mkdtemp(dir))
+        return 4;
+    emu::PtyHost host;
+    std::string error;
+    if (!host.start(dir, "tty.usbserial-EMU", &error))
+        return 5;
+    auto link = [&] {
+        auto l = std::make_unique<ComThread>();
+        l->setSearchDirectory(QString::fromLocal8Bit(dir));
+        l->setDriverCheck([] { return true; });
+        return l;
+    };
+    int result = 0;
+    {
+        const auto first = link();
+        if (first->openUsbSerial() != 0)
+            result = 6;
+        else if (link()->openUsbSerial() != -1)
+            result = 1; // the port was not exclusive while held
+    }
+    if (result == 0 && link()->openUsbSerial() != 0)
+        result = 2; // the port stayed exclusive after it was closed
+    host.stop();
+    QDir(QString::fromLocal8Bit(dir)).removeRecursively();
+    return result;
 }
 
 } // namespace
@@ -36,6 +79,8 @@ int main(int argc, char** argv)
 {
     if (const char* path = std::getenv("RZ48_TEST_OPEN_AS_NOBODY"))
         return openAsNobody(path);
+    if (std::getenv("RZ48_TEST_REOPEN_AS_NOBODY"))
+        return reopenAsNobody();
 
     if (!std::getenv("QT_QPA_PLATFORM"))
         ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
