@@ -245,8 +245,10 @@ TEST_F(LinkTest, SilentUnitDelaysEachCommandBy300ms)
     link.sendString(QStringLiteral("E"));
     EXPECT_GE(link.txCount(), 2);
     ASSERT_TRUE(unit.unit().waitForCommands(probes + 3, 5s));
-    // Two full answer waits of 30 x 10 ms lie between the first and the third.
+    // Two full answer waits of 30 x 10 ms lie between the first and the
+    // third, and no more than that (generously: the machines are shared).
     EXPECT_GE(timer.elapsed(), 600);
+    EXPECT_LT(timer.elapsed(), 2000);
     EXPECT_EQ(unit.unit().commands().back(), "E");
 }
 
@@ -264,6 +266,16 @@ TEST_F(LinkTest, LateAnswerHoldsTheNextCommandBack)
     EXPECT_GE(timer.elapsed(), 150);
     ASSERT_TRUE(waitUntil([&] { return recorder.allBytes().count("\r\n>") >= 2; }));
     EXPECT_TRUE(recorder.allBytes().startsWith("A 2\r\n>C "));
+
+    // An answer that begins later than 300 ms is not waited for: "E" goes
+    // out while the answer to "C" is still to come.
+    unit.setAnswerDelay(1200ms);
+    const qsizetype received = recorder.allBytes().size();
+    link.sendString(QStringLiteral("C"));
+    link.sendString(QStringLiteral("E"));
+    ASSERT_TRUE(waitUntil([&] { return unit.unit().commands().size() >= probes + 4; }, 5000)); // with the event loop running
+    EXPECT_EQ(unit.unit().commands().back(), "E");
+    EXPECT_EQ(recorder.allBytes().size(), received);
 }
 
 TEST_F(LinkTest, ChunksArriveInReadOrderAndAreNumbered)
