@@ -74,6 +74,7 @@ TEST_F(PagesTest, SliderMovesSendOneCommandAfterTheyStop)
     QTest::qWait(500);
     EXPECT_EQ(commandsSince(before), (std::vector<std::string> {"C 0 2d 0 64 0 ff ff 0"}));
     EXPECT_GE(sent - lastMove, 200); // nine loop periods after the last move
+    EXPECT_LT(sent - lastMove, 2000); // and not many more (generously: the machines are shared)
 }
 
 TEST_F(PagesTest, ColourChangeSendsAtOnceAndTriggers)
@@ -91,6 +92,14 @@ TEST_F(PagesTest, ColourChangeSendsAtOnceAndTriggers)
     find<QPushButton>("buttonAccum")->click();
     ASSERT_TRUE(host.unit().waitForTriggers(triggersBefore + 2, 2s));
     EXPECT_EQ(host.unit().triggers().back(), 0x77);
+    // Each streamer's trigger button, then each punch's: notes 7c to 7f and 78 to 7b.
+    for (int i = 0; i < 4; ++i) {
+        find<QPushButton>(QStringLiteral("buttonStreamer%1").arg(i).toLatin1().constData())->click();
+        find<QPushButton>(QStringLiteral("buttonPunch%1").arg(i).toLatin1().constData())->click();
+    }
+    ASSERT_TRUE(waitUntil([&] { return host.unit().triggers().size() >= triggersBefore + 10; }, 5000));
+    const std::vector<uint8_t> all = host.unit().triggers();
+    EXPECT_EQ(std::vector<uint8_t>(all.end() - 8, all.end()), (std::vector<uint8_t> {0x7C, 0x78, 0x7D, 0x79, 0x7E, 0x7A, 0x7F, 0x7B}));
 }
 
 TEST_F(PagesTest, StreamerReportSetsEverythingAndSendsNothing)
@@ -162,6 +171,8 @@ TEST_F(PagesTest, PunchControlsSendAtOnce)
     host.inject("E 1000 70 77 87 1ff 2710 100 e\r\n>");
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() > lines; }));
     EXPECT_EQ(find<QLineEdit>("textRepeatSeconds")->text(), QStringLiteral("100"));
+    for (int i = 0; i < 4; ++i) // reverse on punch 0 only
+        EXPECT_EQ(find<QCheckBox>(QStringLiteral("checkBoxRev%1").arg(i).toLatin1().constData())->isChecked(), i == 0) << i;
     EXPECT_FALSE(find<QCheckBox>("checkBoxPunchEnable")->isChecked());
     EXPECT_TRUE(find<QCheckBox>("checkBoxPictureWhenStopped")->isChecked());
     expectSends([&] { find<QCheckBox>("checkBoxPunchEnable")->click(); }, "E 1000 70 77 87 1ff 2710 100 f");
@@ -249,11 +260,30 @@ TEST_F(PagesTest, PunchReportGuardsAndPrintsTraces)
     // Y far below the picture wraps round to a huge y, which the clamp brings back inside.
     punch->fromString(QStringLiteral("E 0 0 ffff 87"));
     EXPECT_EQ(punch->punchPoint().y(), 1080.0 - 64);
-    punch->fromString(QStringLiteral("E"));
+    const QPointF point = punch->punchPoint();
+    const int radius = size->value();
+    punch->fromString(QStringLiteral("E")); // no fields: nothing changes
+    EXPECT_EQ(punch->punchPoint(), point);
+    EXPECT_EQ(size->value(), radius);
+    // Colours and reverse flags from a report: punch 0 red (5), 1 green (3),
+    // 2 blue (6), 3 white (0); reverse on 2 and 3.
+    punch->fromString(QStringLiteral("E c19d"));
+    EXPECT_EQ(find<ColorWell>("colorWellPunch0")->color(), QColor(Qt::red));
+    EXPECT_EQ(find<ColorWell>("colorWellPunch1")->color(), QColor(Qt::green));
+    EXPECT_EQ(find<ColorWell>("colorWellPunch2")->color(), QColor(Qt::blue));
+    EXPECT_EQ(find<ColorWell>("colorWellPunch3")->color(), QColor(Qt::white));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(find<QCheckBox>(QStringLiteral("checkBoxRev%1").arg(i).toLatin1().constData())->isChecked(), i >= 2) << i;
+
+    const size_t triggers = host.unit().triggers().size();
+    const size_t commands = host.unit().commands().size();
     punch->setComThread(nullptr);
     punch->punchTx();
     monitor->setComThread(nullptr);
-    monitor->onButtonStreamer(0); // no link: nothing
+    monitor->onButtonStreamer(0); // no link: nothing goes anywhere
+    QTest::qWait(100);
+    EXPECT_EQ(host.unit().triggers().size(), triggers);
+    EXPECT_EQ(host.unit().commands().size(), commands);
     EXPECT_NE(out.text().find("punchTx\n"), std::string::npos);
 }
 

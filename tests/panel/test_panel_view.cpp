@@ -268,6 +268,29 @@ TEST_F(PanelTest, DispatcherAcceptanceAndScratchValues)
     view->processRxString(QStringLiteral("H 7"));
     EXPECT_EQ(find<QLineEdit>("textBoxMaskingTransparency")->text(), QStringLiteral("7"));
 
+    // "G", "Y" and "h" are hexadecimal: "G 11" is 17 (bars, no grey scale), a
+    // bare "Y" takes the last hexadecimal value (3 from "A 3"), not the decimal
+    // one (7), and "h 10" says 16 items.
+    view->processRxString(QStringLiteral("G 11"));
+    EXPECT_TRUE(find<QCheckBox>("checkBoxBars")->isChecked());
+    EXPECT_FALSE(find<QCheckBox>("checkBoxGrayScale")->isChecked());
+    view->processRxString(QStringLiteral("A 3"));
+    view->processRxString(QStringLiteral("J 7"));
+    view->processRxString(QStringLiteral("Y"));
+    auto* space = find<QComboBox>("myColorSpaceComboBox");
+    EXPECT_EQ(space->currentIndex(), 3);
+    view->processRxString(QStringLiteral("h 10"));
+    EXPECT_EQ(find<QLabel>("labelUpdate")->text(), QStringLiteral("16 of 0 items sent, try again"));
+    // Numbers beyond the lists select nothing.
+    auto* generator = find<QComboBox>("comboBoxSdiGenerator");
+    for (const char* line : {"M 16", "M -1"}) {
+        view->processRxString(QStringLiteral("M 3"));
+        view->processRxString(QLatin1String(line));
+        EXPECT_EQ(generator->currentIndex(), -1) << line;
+    }
+    view->processRxString(QStringLiteral("Y 6"));
+    EXPECT_EQ(space->currentIndex(), -1);
+
     out.clear();
     view->processRxString(QStringLiteral("z 1"));
     view->processRxString(QStringLiteral("@"));
