@@ -293,6 +293,43 @@ TEST_F(OverlayPageTest, EchoOfAnySentOverlayCommandIsDropped)
     EXPECT_FALSE(find<QCheckBox>("checkBoxTcVisible")->isChecked());
 }
 
+TEST_F(OverlayPageTest, EachReportSetsItsOwnFields)
+{
+    // "U": mode, colours (no "t" after it to set the same), x, y measured with
+    // the size the same report sets first (its last field).
+    const QSizeF small = page->thread()->annunciatorRectSize();
+    report("U 2 3 5 20 100 2");
+    EXPECT_TRUE(find<RadioMatrix>("matrixAnnunciator")->isCellOn(2));
+    EXPECT_EQ(find<QComboBox>("comboBoxAnnunciatorForeground")->currentIndex(), 3);
+    EXPECT_EQ(find<QComboBox>("comboBoxAnnunciatorBackground")->currentIndex(), 5);
+    EXPECT_EQ(find<Stepper>("stepperAnnunciatorSize")->value(), 2);
+    const QSizeF large = page->thread()->annunciatorRectSize();
+    ASSERT_NE(large.height(), small.height());
+    EXPECT_EQ(page->annunciatorPoint, QPointF(160, 1080 - 400 - large.height()));
+
+    // "m": x, y and the size masked to its three bits, visibility from bit 7.
+    report("m 15 10 20 7");
+    EXPECT_EQ(page->tcPoint.x(), 80);
+    EXPECT_EQ(find<QLineEdit>("textTcSize")->text(), QStringLiteral("7"));
+    EXPECT_FALSE(find<QCheckBox>("checkBoxTcVisible")->isChecked());
+
+    // "r": colours, x, y (measured with the timecode box's height), size masked to two bits.
+    report("r 6 30 40 35");
+    EXPECT_EQ(find<QComboBox>("comboBoxTextForeground")->currentIndex(), 3);
+    EXPECT_EQ(find<QComboBox>("comboBoxTextBackground")->currentIndex(), 2);
+    EXPECT_EQ(find<Stepper>("stepperTextSize")->value(), 2);
+    EXPECT_EQ(page->textPoint, QPointF(240, 1080 - 160 - page->thread()->tcRectSize().height()));
+
+    // Moving the text box sends "r" with the new position and the rest as reported.
+    page->textPoint = {400, 600};
+    page->setDraw(4);
+    ASSERT_TRUE(waitUntil([&] { return page->thread()->textRect().x() == 400; }));
+    expectSends([] {}, [&] {
+        const QRectF r = page->thread()->textRect();
+        return QStringLiteral("r 2 50 %1 35").arg(overlay::positionY(r.y(), r.height())).toStdString();
+    }());
+}
+
 TEST_F(OverlayPageTest, BareAnnunciatorReport)
 {
     const int images = page->imagesReceived();
