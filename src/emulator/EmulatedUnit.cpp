@@ -143,7 +143,7 @@ std::string EmulatedUnit::handleLine(const std::string& line, Clock::time_point 
         ++probes_;
         if (probes_ < probeAnswerOn_)
             return {};
-        return answer("B RZ-48 C190 emulated unit");
+        return answer(probeAnswer_);
     }
     if (letter == 'k' && query) {
         char buf[64];
@@ -393,6 +393,7 @@ int EmulatedUnit::downloadBatches() const
 
 void EmulatedUnit::setSilent(bool silent) { std::lock_guard l(mutex_); silent_ = silent; }
 void EmulatedUnit::setProbeAnswerOn(int n) { std::lock_guard l(mutex_); probeAnswerOn_ = n; }
+void EmulatedUnit::setProbeAnswer(const std::string& answer) { std::lock_guard l(mutex_); probeAnswer_ = answer; }
 void EmulatedUnit::setGarbage(bool garbage) { std::lock_guard l(mutex_); garbage_ = garbage; }
 void EmulatedUnit::setSysExPrefix(bool sysex) { std::lock_guard l(mutex_); sysex_ = sysex; }
 void EmulatedUnit::setBadPairs(int count) { std::lock_guard l(mutex_); badPairs_ = count; }

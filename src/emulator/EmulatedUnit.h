@@ -54,6 +54,7 @@ public:
     // --- misbehaviour ---
     void setSilent(bool silent);            // reads everything, answers nothing
     void setProbeAnswerOn(int n);           // answer "B" only from the Nth probe on (1 = always)
+    void setProbeAnswer(const std::string& answer); // what "B" is answered with, another device's words
     void setGarbage(bool garbage);          // answers are replaced by garbage bytes
     void setSysExPrefix(bool sysex);        // every answer starts with a system-exclusive message
     void setBadPairs(int count);            // the cue transfer ends with "h <count>"
@@ -112,6 +113,7 @@ private:
     std::vector<uint8_t> triggers_;
     int probes_ = 0;
     int probeAnswerOn_ = 1;
+    std::string probeAnswer_ = "B RZ-48 C190 emulated unit";
     bool silent_ = false;
     bool garbage_ = false;
     bool sysex_ = false;

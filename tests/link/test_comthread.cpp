@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <mutex>
+
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
@@ -292,15 +294,54 @@ TEST_F(LinkTest, ChunksArriveInReadOrderAndAreNumbered)
         EXPECT_LE(recorder.chunks[i].buffer().size(), 255);
     }
     EXPECT_GE(recorder.chunks.size(), size_t(expected.size() / 255));
+    // A long answer is read in chunks of 255 bytes.
+    EXPECT_TRUE(std::any_of(recorder.chunks.begin(), recorder.chunks.end(), [](const auto& c) { return c.buffer().size() == 255; }));
 }
+
+// Everything the unit received, as the host logs it ("rx: " and the bytes, escaped).
+struct ReceivedLog {
+    void attach(emu::PtyHost& host)
+    {
+        host.setLog([this](const std::string& line) {
+            std::lock_guard lock(mutex);
+            text += line + "\n";
+        });
+    }
+    std::string get()
+    {
+        std::lock_guard lock(mutex);
+        return text;
+    }
+    std::mutex mutex;
+    std::string text;
+};
 
 TEST_F(LinkTest, TriggerNoteKeepsTheLow8Bits)
 {
-    emu::PtyHost& unit = connect();
+    ReceivedLog log;
+    log.attach(addUnit("tty.usbserial-EMU"));
+    ASSERT_EQ(link.openUsbSerial(), 0);
+    link.startThread(&recorder);
     link.sendMidiTrigger(300);
     link.sendMidiTrigger(124);
+    emu::PtyHost& unit = *hosts.back();
     ASSERT_TRUE(unit.unit().waitForTriggers(2, 3s));
     EXPECT_EQ(unit.unit().triggers(), (std::vector<uint8_t> {0x2C, 124}));
+    // Note on, the note, velocity 0x40 ("@").
+    const std::string received = log.get();
+    EXPECT_NE(received.find("\\x90,@"), std::string::npos) << received;
+    EXPECT_NE(received.find("\\x90|@"), std::string::npos) << received;
+}
+
+TEST_F(LinkTest, ProbeIsBCrLfAndTheAnswerMustNameC190)
+{
+    ReceivedLog log;
+    emu::PtyHost& other = addUnit("tty.usbserial-OTHER");
+    other.unit().setProbeAnswer("B RZ-48 C19 another model");
+    log.attach(other);
+    EXPECT_EQ(link.openUsbSerial(), -1);
+    EXPECT_EQ(log.get().rfind("rx: B\\r\\n\n", 0), 0u) << log.get();
+    EXPECT_EQ(other.unit().probeCount(), 3);
 }
 
 TEST_F(LinkTest, StopThreadTwiceIsHarmless)
@@ -334,7 +375,8 @@ TEST_F(LinkTest, HangUpIsNoticedAndTheQueueDropped)
     EXPECT_EQ(link.bytesAvailable(), 0);
     QCoreApplication::processEvents();
     EXPECT_EQ(recorder.losses, 1);
-    link.stopThread();
+    link.stopThread(); // after a loss, a stop ends nothing twice
+    EXPECT_FALSE(link.isRunning());
 }
 
 TEST_F(LinkTest, TheQueueIsBounded)

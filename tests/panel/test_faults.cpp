@@ -76,6 +76,7 @@ TEST_F(PanelTest, UnitLostMidSessionAndFoundAgain)
     EXPECT_TRUE(banner->text().contains(QStringLiteral("Not connected: changes are not sent to a unit.")));
     EXPECT_TRUE(banner->text().contains(QStringLiteral("Lost: ") + QString::fromStdString(host.linkPath())));
     view->processRxString(QStringLiteral("Q 1")); // the window still works
+    EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
 
     // Power-cycled with bypass off, back under the same name: found again,
     // asked for its state in the start-up order, and the controls follow.

@@ -26,6 +26,12 @@ TEST(TcCalculator, DropFrameBothWays)
     EXPECT_EQ(tcc.tcToBinary(QStringLiteral("01:00:00:00"), 2), 107892);
     EXPECT_EQ(tcc.tcToBinary(QStringLiteral("00:10:00:00"), 2), 17982);
     EXPECT_EQ(tcc.tcToBinary(QStringLiteral("00:01:00:00"), 2), 1798);
+    // Inside a minute: 90 s and 15 frames, less the 2 frames dropped at 00:01;
+    // 754 s and 5 frames less 18 (the ten-minute step) and 4 (00:11, 00:12).
+    EXPECT_EQ(tcc.tcToBinary(QStringLiteral("00:01:30:15"), 2), 2713);
+    EXPECT_EQ(tcc.tcToBinary(QStringLiteral("00:12:34:05"), 2), 22603);
+    EXPECT_EQ(tcc.tcToBinary(QStringLiteral("00:12:34:05"), 3), 22625); // 30 fps drops nothing
+    EXPECT_EQ(tcc.binaryToTc(2713, 2), QStringLiteral("00:02:30:15"));
     // The reverse conversion is the unit's own and is not the inverse.
     EXPECT_EQ(tcc.binaryToTc(1800, 2), QStringLiteral("00:02:00:02"));
     EXPECT_EQ(tcc.binaryToTc(3596, 2), QStringLiteral("00:03:00:00"));
