@@ -4,6 +4,7 @@
 #include "app/RZ48AppDelegate.h"
 #include "common/Diagnostics.h"
 #include "common/Program.h"
+#include "control/UnitSession.h"
 #include "cuewindow/CueDocument.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
@@ -33,22 +34,6 @@ void onSignal(int)
 }
 
 } // namespace
-
-// --list-ports: every candidate port and what was found on it, for support
-// calls. Exit status 0 when a unit answered, 3 when none did.
-int listPorts(const QString& directory, const QString& explicitPort)
-{
-    ComThread link;
-    link.setDriverCheck([] { return true; });
-    if (!directory.isEmpty())
-        link.setSearchDirectory(directory);
-    if (!explicitPort.isEmpty())
-        link.setExplicitPort(explicitPort);
-    QStringList answering;
-    for (const QString& line : link.listPorts(&answering))
-        std::printf("%s\n", qPrintable(line));
-    return answering.isEmpty() ? 3 : 0;
-}
 
 int usageError(const QString& message)
 {
@@ -117,7 +102,7 @@ int main(int argc, char** argv)
     if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();
     if (parser.isSet(list))
-        return listPorts(parser.value(devDir), parser.value(port));
+        return rz48::control::printPortListing(parser.value(devDir), parser.value(port)); // 3 when no unit answered
 
     RZ48AppDelegate delegate;
     QApplication::setQuitOnLastWindowClosed(delegate.applicationShouldTerminateAfterLastWindowClosed());

@@ -10,7 +10,14 @@ namespace {
 std::mutex g_mutex;
 bool g_capturing = false;
 std::string g_captured;
+bool g_toStandardError = false;
 } // namespace
+
+void diagnosticsToStandardError()
+{
+    std::lock_guard lock(g_mutex);
+    g_toStandardError = true;
+}
 
 void diagText(std::string_view text)
 {
@@ -19,8 +26,9 @@ void diagText(std::string_view text)
         g_captured.append(text);
         return;
     }
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    FILE* out = g_toStandardError ? stderr : stdout;
+    std::fwrite(text.data(), 1, text.size(), out);
+    std::fflush(out);
 }
 
 void diag(const char* fmt, ...)

@@ -9,6 +9,9 @@ namespace rz48 {
 // printf-style diagnostic to standard output (flushed at once).
 void diag(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 void diagText(std::string_view text);
+// A program whose standard output is its result (a command-line tool) sends
+// the diagnostics to standard error instead.
+void diagnosticsToStandardError();
 
 // While an object of this class lives, diagnostics are collected in it
 // instead of being printed. Only one capture is active at a time.

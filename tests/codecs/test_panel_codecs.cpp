@@ -1,8 +1,9 @@
-// Main tab commands, report scanning, version comparison and text values.
+// Main tab commands, report scanning, version comparison, text values and setup files.
 #include "common/FieldScanner.h"
 #include "common/TextValue.h"
 #include "codecs/MainTabCodec.h"
 #include "codecs/ReportScanner.h"
+#include "codecs/SetupFile.h"
 #include "codecs/VersionCheck.h"
 
 #include <clocale>
@@ -136,6 +137,52 @@ TEST(TextValue, DecimalPointInADecimalCommaLocale)
     EXPECT_EQ(doubleValue(QStringLiteral("1,99")), 1.0); // a comma ends the number
     std::setlocale(LC_ALL, before.c_str());
     EXPECT_EQ(comma, 1.5);
+}
+
+} // namespace
+
+namespace {
+
+// A report becomes the command that sets it: each field read in the
+// report's base and written in the command's.
+TEST(SetupFile, ReportsBecomeTheirCommands)
+{
+    using rz48::setup::commandFromReport;
+    const std::pair<const char*, const char*> cases[] = {
+        {"G 11", "G 17"},                                                 // reported in hexadecimal, set in decimal
+        {"Y a", "Y 10"},                                                  // the same
+        {"C 7fff 28 5 ffffffff 1f4 c0 10 22", "C 7fff 28 0 ffffffff 1f4 c0 10 22"}, // the reserved field goes as 0
+        {"H -5 1500 7 1920 40", "H -5 1500 7 1920 40"},
+        {"t 3c 34 7", "t 3c 34 7"},
+        {"m 129 96 8 112", "m 129 96 8 112"},
+    };
+    for (const auto& [report, command] : cases)
+        EXPECT_EQ(commandFromReport(QLatin1String(report)), std::optional<QString>(QLatin1String(command))) << report;
+    for (const char* incomplete : {"E 1 2", "U 1 0 6 104 240", "B RZ-48 C190", "V text", "A"})
+        EXPECT_EQ(commandFromReport(QLatin1String(incomplete)), std::nullopt) << incomplete;
+}
+
+TEST(SetupFile, ReadingRefusesWhatIsNotASettingWithItsLine)
+{
+    rz48::setup::Setup setup;
+    int line = 0;
+    QString why;
+    ASSERT_TRUE(rz48::setup::parseSetup("# saved today\n\nA 02\r\nG 17\n# note\n", setup, &line, &why));
+    EXPECT_EQ(setup.lines, (QStringList {QStringLiteral("A 2"), QStringLiteral("G 17")}));
+    EXPECT_EQ(setup.comments, (QStringList {QStringLiteral("saved today"), QStringLiteral("note")}));
+    EXPECT_EQ(rz48::setup::formatSetup(setup), QByteArray("# saved today\n# note\nA 2\nG 17\n"));
+    const std::tuple<const char*, int, const char*> refused[] = {
+        {"A 2\nG 1f\n", 2, "\"G\" takes 1 decimal number"},
+        {"# x\nH 1 2 3 4\n", 2, "\"H\" takes 5 decimal numbers"},
+        {"t 1 2 3 4\n", 1, "\"t\" takes 3 hexadecimal numbers"},
+        {"A 2\n\nZ 1\n", 3, "not a setting command (a setup has lines for ACEGHJMQUXYmnrt)"},
+        {"V hello\n", 1, "not a setting command (a setup has lines for ACEGHJMQUXYmnrt)"},
+    };
+    for (const auto& [text, badLine, reason] : refused) {
+        EXPECT_FALSE(rz48::setup::parseSetup(text, setup, &line, &why)) << text;
+        EXPECT_EQ(line, badLine) << text;
+        EXPECT_EQ(why, QLatin1String(reason)) << text;
+    }
 }
 
 } // namespace

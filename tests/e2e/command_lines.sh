@@ -2,7 +2,7 @@
 # Every program's command line, with no display: --help and --version print
 # and exit 0; a usage error says so on standard error and exits 2.
 set -u
-panel="$1"; cue="$2"; emu="$3"; fw="$4"
+panel="$1"; cue="$2"; emu="$3"; fw="$4"; ctl="$5"
 fail=0
 run() { env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$@" >"$out" 2>"$err"; }
 out=$(mktemp); err=$(mktemp)
@@ -12,7 +12,7 @@ expect() { # status, what it is about, command...
   run "$@"; local got=$?
   [ "$got" -eq "$want" ] || { echo "$what: exit $got, not $want: $(head -c 300 "$err")"; fail=1; }
 }
-for program in "$panel" "$cue" "$emu" "$fw"; do
+for program in "$panel" "$cue" "$emu" "$fw" "$ctl"; do
   name=$(basename "$program")
   expect 0 "$name --help" "$program" --help
   grep -q "^Usage: " "$out" || { echo "$name --help printed no usage"; fail=1; }

@@ -1,0 +1,119 @@
+#include "codecs/SetupFile.h"
+
+#include "common/FieldScanner.h"
+
+#include <array>
+
+namespace rz48::setup {
+
+namespace {
+
+struct Format {
+    char letter;
+    int fields;
+    bool reportHex;
+    bool commandHex;
+};
+
+// Each setup letter: its number of fields and the base of each direction.
+constexpr std::array<Format, 15> kFormats {{
+    {'A', 1, true, true},   {'C', 8, true, true},   {'E', 8, true, true},    {'G', 1, true, false},
+    {'H', 5, false, false}, {'J', 1, false, false}, {'M', 1, false, false},  {'Q', 1, false, false},
+    {'U', 6, false, false}, {'X', 1, false, false}, {'Y', 1, true, false},   {'m', 4, false, false},
+    {'n', 1, false, false}, {'r', 4, false, false}, {'t', 3, true, true},
+}};
+
+const Format* formatOf(QChar letter)
+{
+    for (const Format& f : kFormats)
+        if (QLatin1Char(f.letter) == letter)
+            return &f;
+    return nullptr;
+}
+
+// The fields after the letter, `count` of them in the given base; none when
+// fewer are there (or, with `exact`, when anything follows them).
+std::optional<std::vector<uint32_t>> readFields(const QString& line, int count, bool hex, bool exact)
+{
+    if (line.size() < 2 || line.at(1) != u' ')
+        return std::nullopt;
+    FieldScanner scan(line);
+    std::vector<uint32_t> values;
+    for (int i = 0; i < count; ++i) {
+        uint32_t v = 0;
+        int32_t d = 0;
+        if (scan.atEnd() || !(hex ? scan.scanHex(v) : scan.scanInt(d)))
+            return std::nullopt;
+        values.push_back(hex ? v : uint32_t(d));
+    }
+    if (exact && !scan.atEnd())
+        return std::nullopt;
+    return values;
+}
+
+QString formatCommand(const Format& f, const std::vector<uint32_t>& values)
+{
+    QString line(QLatin1Char(f.letter));
+    for (uint32_t v : values)
+        line += f.commandHex ? QString::asprintf(" %x", v) : QString::asprintf(" %d", int32_t(v));
+    return line;
+}
+
+} // namespace
+
+std::optional<QString> commandFromReport(const QString& report)
+{
+    const Format* f = report.isEmpty() ? nullptr : formatOf(report.at(0));
+    if (!f)
+        return std::nullopt;
+    std::optional<std::vector<uint32_t>> values = readFields(report.trimmed(), f->fields, f->reportHex, false);
+    if (!values)
+        return std::nullopt;
+    if (f->letter == 'C')
+        (*values)[2] = 0; // the streamer command's reserved field, as the page sends it
+    return formatCommand(*f, *values);
+}
+
+QByteArray formatSetup(const Setup& setup)
+{
+    QByteArray text;
+    for (const QString& comment : setup.comments)
+        text += "# " + comment.toUtf8() + '\n';
+    for (const QString& line : setup.lines)
+        text += line.toUtf8() + '\n';
+    return text;
+}
+
+bool parseSetup(const QByteArray& text, Setup& setup, int* badLine, QString* why)
+{
+    setup = {};
+    const QList<QByteArray> lines = text.split('\n');
+    int number = 0;
+    auto refuse = [&](const QString& reason) {
+        *badLine = number;
+        *why = reason;
+        return false;
+    };
+    for (const QByteArray& raw : lines) {
+        ++number;
+        const QString line = QString::fromUtf8(raw).trimmed();
+        if (line.isEmpty())
+            continue;
+        if (line.startsWith(u'#')) {
+            setup.comments << line.mid(1).trimmed();
+            continue;
+        }
+        const Format* f = formatOf(line.at(0));
+        if (!f)
+            return refuse(QStringLiteral("not a setting command (a setup has lines for %1)").arg(QLatin1String(kLetters)));
+        const std::optional<std::vector<uint32_t>> values = readFields(line, f->fields, f->commandHex, true);
+        if (!values)
+            return refuse(QStringLiteral("\"%1\" takes %2 %3 number%4").arg(QLatin1Char(f->letter)).arg(f->fields)
+                              .arg(f->commandHex ? QStringLiteral("hexadecimal") : QStringLiteral("decimal"))
+                              .arg(f->fields == 1 ? QString() : QStringLiteral("s")));
+        setup.lines << formatCommand(*f, *values); // as the unit's report would give it
+    }
+    return true;
+}
+
+} // namespace rz48::setup

@@ -1,0 +1,65 @@
+#include "control/SetupTransfer.h"
+
+#include <QMap>
+
+namespace rz48::control {
+
+namespace {
+
+constexpr int kAnswerMs = 2000;
+constexpr int kBareMAnswerMs = 300; // the unit's answer to a bare "M" is not one the protocol lists
+
+} // namespace
+
+CapturedSetup captureSetup(UnitSession& session, const QString& when)
+{
+    CapturedSetup captured;
+    rz48::setup::Setup& setup = captured.setup;
+    QString firmware = QStringLiteral("not reported");
+    if (const std::optional<QString> k = session.ask(QStringLiteral("k"), u'k', kAnswerMs)) {
+        const QStringList fields = k->split(u' ', Qt::SkipEmptyParts);
+        if (fields.size() > 3)
+            firmware = fields.mid(3).join(u' ');
+    }
+    setup.comments << QStringLiteral("RZ-48 setup, saved %1 from %2").arg(when, session.portPath())
+                   << QStringLiteral("firmware %1").arg(firmware);
+    for (const char* l = rz48::setup::kLetters; *l; ++l) {
+        const QChar letter = QLatin1Char(*l);
+        const bool bareM = *l == 'M';
+        const std::optional<QString> report = session.ask(QString(letter), letter, bareM ? kBareMAnswerMs : kAnswerMs);
+        const std::optional<QString> command = report ? rz48::setup::commandFromReport(*report) : std::nullopt;
+        if (command) {
+            setup.lines << *command;
+            continue;
+        }
+        captured.missing << QString(letter);
+        setup.comments << (bareM ? QStringLiteral("M: no answer to a bare \"M\" within 300 ms; the SDI generator setting is left out")
+                                 : QStringLiteral("%1: %2; left out").arg(letter).arg(report ? QStringLiteral("the report \"%1\" was not complete").arg(*report)
+                                                                                             : QStringLiteral("no report")));
+    }
+    return captured;
+}
+
+QList<Difference> compareSetup(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit)
+{
+    QMap<char, QString> reported;
+    for (const QString& line : unit.lines)
+        reported.insert(rz48::setup::letterOf(line), line);
+    QList<Difference> differences;
+    for (const QString& line : wanted.lines) {
+        const char letter = rz48::setup::letterOf(line);
+        const QString& theirs = reported.value(letter);
+        if (theirs != line)
+            differences << Difference {letter, line, theirs};
+    }
+    return differences;
+}
+
+QString describe(const Difference& d)
+{
+    return QStringLiteral("%1: file %2 / unit %3")
+        .arg(QLatin1Char(d.letter))
+        .arg(d.file.isEmpty() ? QStringLiteral("(none)") : d.file, d.unit.isEmpty() ? QStringLiteral("(no report)") : d.unit);
+}
+
+} // namespace rz48::control

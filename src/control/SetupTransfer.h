@@ -1,0 +1,33 @@
+#pragma once
+// What a headless session does with setups and cue lists: read the unit's
+// setup (its report lines turned into the commands that set them), apply a
+// setup, compare one with the unit, and the cue window's In/Out transfer.
+#include "codecs/SetupFile.h"
+#include "control/UnitSession.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace rz48::control {
+
+struct CapturedSetup {
+    rz48::setup::Setup setup;
+    QStringList missing; // letters the unit did not report (a bare "M" may go unanswered)
+};
+
+// Asks for "k" (for the firmware version in the comments) and each setup
+// letter in order, and nothing else. `when` is the time stamp written.
+CapturedSetup captureSetup(UnitSession& session, const QString& when);
+
+struct Difference {
+    char letter;
+    QString file; // the file's line, or empty
+    QString unit; // the unit's, or empty when it did not report
+};
+// The letters of `wanted` whose lines differ from what the unit reports.
+QList<Difference> compareSetup(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit);
+// "LETTER: file LINE / unit LINE".
+QString describe(const Difference& d);
+
+} // namespace rz48::control
