@@ -5,6 +5,7 @@
 #include "link/ComThread.h"
 #include "panel/ConnectionController.h"
 #include "panel/MainTab.h"
+#include "panel/SetupController.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 #include "widgets/WindowPlacement.h"
@@ -75,7 +76,8 @@ void MainWindow::addPanelMenus()
     // One update at a time, and the port left alone while one runs.
     connect(view_->updates(), &UpdateController::updatingChanged, this, [micro, fpga, this](bool updating) {
         for (QAction* action : {micro, fpga, findChild<QAction*>(QStringLiteral("menuUnitReconnect")),
-                                findChild<QAction*>(QStringLiteral("menuUnitPort"))})
+                                findChild<QAction*>(QStringLiteral("menuUnitPort")), findChild<QAction*>(QStringLiteral("menuUnitLoadSetup")),
+                                findChild<QAction*>(QStringLiteral("menuUnitRevertSetup"))})
             if (action)
                 action->setEnabled(!updating);
     });
@@ -92,6 +94,16 @@ void MainWindow::addPanelMenus()
     reconnect->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     QAction* port = unit->addAction(tr("&Port..."), this, [this] { view_->connection()->choosePort(); });
     port->setObjectName(QStringLiteral("menuUnitPort"));
+    unit->addSeparator();
+    SetupController* setups = view_->setups();
+    const std::pair<const char*, std::pair<QString, void (SetupController::*)()>> setupCommands[] = {
+        {"menuUnitSaveSetup", {tr("&Save setup..."), &SetupController::menuSaveSetup}},
+        {"menuUnitLoadSetup", {tr("&Load setup..."), &SetupController::menuLoadSetup}},
+        {"menuUnitCompareSetup", {tr("&Compare with unit..."), &SetupController::menuCompareSetup}},
+        {"menuUnitRevertSetup", {tr("Re&vert to connection setup"), &SetupController::menuRevertSetup}},
+    };
+    for (const auto& [name, command] : setupCommands)
+        unit->addAction(command.first, setups, command.second)->setObjectName(QLatin1String(name));
 
     // Where the unit is, at all times.
     auto* status = new QLabel(this);

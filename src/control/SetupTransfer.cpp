@@ -11,33 +11,45 @@ constexpr int kBareMAnswerMs = 300; // the unit's answer to a bare "M" is not on
 
 } // namespace
 
-CapturedSetup captureSetup(UnitSession& session, const QString& when)
+QString firmwareOf(const QString& kReport)
+{
+    return kReport.split(u' ', Qt::SkipEmptyParts).mid(3).join(u' ');
+}
+
+CapturedSetup setupFromReports(const QMap<QChar, QString>& reports, const QString& when, const QString& port,
+                               const QString& firmware)
 {
     CapturedSetup captured;
     rz48::setup::Setup& setup = captured.setup;
-    QString firmware = QStringLiteral("not reported");
-    if (const std::optional<QString> k = session.ask(QStringLiteral("k"), u'k', kAnswerMs)) {
-        const QStringList fields = k->split(u' ', Qt::SkipEmptyParts);
-        if (fields.size() > 3)
-            firmware = fields.mid(3).join(u' ');
-    }
-    setup.comments << QStringLiteral("RZ-48 setup, saved %1 from %2").arg(when, session.portPath())
-                   << QStringLiteral("firmware %1").arg(firmware);
+    setup.comments << QStringLiteral("RZ-48 setup, saved %1 from %2").arg(when, port)
+                   << QStringLiteral("firmware %1").arg(firmware.isEmpty() ? QStringLiteral("not reported") : firmware);
     for (const char* l = rz48::setup::kLetters; *l; ++l) {
         const QChar letter = QLatin1Char(*l);
-        const bool bareM = *l == 'M';
-        const std::optional<QString> report = session.ask(QString(letter), letter, bareM ? kBareMAnswerMs : kAnswerMs);
-        const std::optional<QString> command = report ? rz48::setup::commandFromReport(*report) : std::nullopt;
+        const auto report = reports.constFind(letter);
+        const std::optional<QString> command = report != reports.constEnd() ? rz48::setup::commandFromReport(*report) : std::nullopt;
         if (command) {
             setup.lines << *command;
             continue;
         }
         captured.missing << QString(letter);
-        setup.comments << (bareM ? QStringLiteral("M: no answer to a bare \"M\" within 300 ms; the SDI generator setting is left out")
-                                 : QStringLiteral("%1: %2; left out").arg(letter).arg(report ? QStringLiteral("the report \"%1\" was not complete").arg(*report)
+        setup.comments << (*l == 'M' ? QStringLiteral("M: no answer to a bare \"M\" within 300 ms; the SDI generator setting is left out")
+                                     : QStringLiteral("%1: %2; left out").arg(letter).arg(report != reports.constEnd()
+                                                                                             ? QStringLiteral("the report \"%1\" was not complete").arg(*report)
                                                                                              : QStringLiteral("no report")));
     }
     return captured;
+}
+
+CapturedSetup captureSetup(UnitSession& session, const QString& when)
+{
+    const std::optional<QString> k = session.ask(QStringLiteral("k"), u'k', kAnswerMs);
+    QMap<QChar, QString> reports;
+    for (const char* l = rz48::setup::kLetters; *l; ++l) {
+        const QChar letter = QLatin1Char(*l);
+        if (const std::optional<QString> report = session.ask(QString(letter), letter, *l == 'M' ? kBareMAnswerMs : kAnswerMs))
+            reports.insert(letter, *report);
+    }
+    return setupFromReports(reports, when, session.portPath(), k ? firmwareOf(*k) : QString());
 }
 
 QList<Difference> compareSetup(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit)

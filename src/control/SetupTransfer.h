@@ -6,6 +6,7 @@
 #include "control/UnitSession.h"
 
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -15,6 +16,13 @@ struct CapturedSetup {
     rz48::setup::Setup setup;
     QStringList missing; // letters the unit did not report (a bare "M" may go unanswered)
 };
+
+// The setup of the unit's report lines by letter (those that came), with the
+// comments: when, from which port, the firmware, and each letter left out.
+CapturedSetup setupFromReports(const QMap<QChar, QString>& reports, const QString& when, const QString& port,
+                               const QString& firmware);
+// The firmware version of a "k" report ("k ADDRESS SIZE VERSION"), or empty.
+QString firmwareOf(const QString& kReport);
 
 // Asks for "k" (for the firmware version in the comments) and each setup
 // letter in order, and nothing else. `when` is the time stamp written.

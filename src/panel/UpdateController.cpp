@@ -301,7 +301,26 @@ void UpdateController::menuFileUpdateMicro()
     setUpdating(true);
     progress_downcount = 0;
     showProgress({QStringLiteral("loading S Record file..."), 0});
+    saveSetupThen([this] { askForSettings(); });
+}
 
+void UpdateController::saveSetupThen(std::function<void()> next)
+{
+    setupNote_.clear();
+    if (!beforeUpdate_) {
+        next();
+        return;
+    }
+    beforeUpdate_([this, next = std::move(next)](const QString& path, const QString& error) {
+        setupNote_ = path.isEmpty() ? tr("The unit's setup could not be saved before the update: %1.").arg(error)
+                                    : tr("The unit's setup before the update is saved in %1.").arg(path);
+        if (updating_ && comThread_) // not stopped while the setup was read
+            next();
+    });
+}
+
+void UpdateController::askForSettings()
+{
     // The unit's settings block, to be written back with the program.
     stateSize_ = 0;
     stateAddress_ = 0;
@@ -392,6 +411,11 @@ void UpdateController::menuFileUpdateFirmware()
     settingsNote_.clear();
     setUpdating(true);
     progress_downcount = 0;
+    saveSetupThen([this, bytes] { startFpga(bytes); });
+}
+
+void UpdateController::startFpga(const QByteArray& bytes)
+{
     comThread_->sendString(QStringLiteral("A 1"));
     firmware_->setFd(comThread_->fd());
     firmware_->setArray(QString::fromLatin1(bytes).split(u'\n')); // checked: nothing but records
@@ -476,6 +500,8 @@ void UpdateController::endAlert(const QString& message, bool versionReported)
     }
     if (!settingsNote_.isEmpty() && kind_ == Kind::Micro)
         details << settingsNote_;
+    if (!setupNote_.isEmpty())
+        details << setupNote_;
     if (!fileWarnings_.isEmpty()) {
         constexpr int kShown = 5;
         QStringList shown = fileWarnings_.mid(0, kShown);

@@ -38,6 +38,11 @@ public:
     void registerReports(ReportRouter& router);
     // `showTab` brings the Update tab forward; `makeRoom` moves other windows aside.
     void setUp(ComThread* link, const LinkOptions& options, std::function<void()> showTab, std::function<void()> makeRoom);
+    // Runs once a checked file is accepted, before the update's first
+    // command; the update goes on when it calls back (with where the unit's
+    // setup was saved, or why it could not be).
+    using BeforeUpdate = std::function<void(std::function<void(const QString& path, const QString& error)>)>;
+    void setBeforeUpdate(BeforeUpdate before) { beforeUpdate_ = std::move(before); }
     // The window is closing: a running update ends first ("operation aborted, ...").
     void stop();
     // From the moment a checked file is accepted until the update's end.
@@ -87,6 +92,10 @@ private:
     // Waits for the "k" and "j" answers, then goes on with the update.
     void settingsWaitTick();
     void startMicroWorker(bool restoreSettings);
+    // Saves the unit's setup (when a saver is set), then runs `next` unless the update was stopped meanwhile.
+    void saveSetupThen(std::function<void()> next);
+    void askForSettings();
+    void startFpga(const QByteArray& bytes);
     // The update's end, in an alert: what happened, what to do, the settings.
     void endAlert(const QString& message, bool versionReported = false);
     void showProgress(const Progress& progress);
@@ -116,7 +125,9 @@ private:
     QString program_;               // the microcontroller program's text, checked
     QByteArray loader_;
     QString settingsNote_;
-    QStringList fileWarnings_;      // what the checked file has that is not sent          // for the end alert: what became of the settings
+    QStringList fileWarnings_;      // what the checked file has that is not sent
+    BeforeUpdate beforeUpdate_;
+    QString setupNote_;             // for the end alert: where the unit's setup was saved          // for the end alert: what became of the settings
     bool awaitingVersion_ = false;  // a good update's alert waits for the unit's "k" report
     QProgressBar* progressBarUpdate = nullptr;
     QLabel* labelUpdate = nullptr;

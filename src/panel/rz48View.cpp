@@ -11,6 +11,7 @@
 #include "panel/MainTab.h"
 #include "panel/Tooltips.h"
 #include "codecs/ReportRouter.h"
+#include "panel/SetupController.h"
 #include "panel/UpdateController.h"
 #include "widgets/WindowClose.h"
 #include "widgets/WindowPlacement.h"
@@ -88,6 +89,7 @@ void rz48View::buildWindow()
     mainTab_ = new MainTab;
     monitorView_ = new MonitorView;
     updates_ = new UpdateController(this);
+    setups_ = new SetupController(this);
     connection_ = new ConnectionController(this);
     connect(connection_, &ConnectionController::stateChanged, this, &rz48View::showConnection);
     connect(connection_, &ConnectionController::connected, this, &rz48View::onConnected);
@@ -174,6 +176,9 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     cueDocument_->setComThread(comThread_.get());
     mainTab_->setComThread(comThread_.get());
     connection_->setUp(comThread_.get(), options, [this] { return updates_->firmwareVersion(); });
+    setups_->setUp(comThread_.get());
+    // The unit's setup is saved before any update sends its first command.
+    updates_->setBeforeUpdate([this](std::function<void(const QString&, const QString&)> then) { setups_->saveBeforeUpdate(std::move(then)); });
     if (!connection_->start())
         showConnection(); // the title says the unit was not found
 }
@@ -186,6 +191,7 @@ void rz48View::onConnected()
     comThread_->startThread(this);
     aTimer->start();
     sendStartupQueries();
+    setups_->connected();
     showConnection();
 }
 
@@ -237,6 +243,7 @@ void rz48View::threadHasMsg(MsgClass chunk)
 
 void rz48View::processRxString(const QString& line)
 {
+    setups_->record(line); // the unit's own words, before any control reads them
     router_->route(line);
 }
 

@@ -23,6 +23,7 @@ class PunchView;
 class QTabWidget;
 class QTimer;
 class ReportRouter;
+class SetupController;
 class UpdateController;
 
 class rz48View : public QWidget {
@@ -57,6 +58,7 @@ public:
     QTabWidget* tabView() const { return tabViewRz48; }
     MainTab* mainTab() const { return mainTab_; }
     UpdateController* updates() const { return updates_; }
+    SetupController* setups() const { return setups_; }
     ConnectionController* connection() const { return connection_; }
     CueDocument* cueDocument() const { return cueDocument_.get(); }
     MonitorView* monitorView() const { return monitorView_; }
@@ -94,6 +96,7 @@ private:
     QTabWidget* tabViewRz48 = nullptr;
     MainTab* mainTab_ = nullptr;
     UpdateController* updates_ = nullptr;
+    SetupController* setups_ = nullptr;
     ConnectionController* connection_ = nullptr;
     QLabel* banner_ = nullptr;
     MonitorView* monitorView_ = nullptr;

@@ -6,12 +6,14 @@
 #include "panel/rz48View.h"
 #include "cuewindow/CueDocument.h"
 #include "panel/MainTab.h"
+#include "panel/SetupController.h"
 #include "support/PanelFixture.h"
 #include "widgets/RadioMatrix.h"
 #include "widgets/Stepper.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
@@ -452,3 +454,74 @@ TEST_F(PanelTest, EveryNamedControlHasATooltip)
     EXPECT_GT(controls, 100);
     EXPECT_TRUE(missing.isEmpty()) << missing.join(u' ').toStdString();
 }
+
+namespace {
+
+// Unit > Save setup, Compare with unit, Revert to connection setup and Load
+// setup, against the emulated unit.
+TEST_F(PanelTest, SetupsSavedComparedRevertedAndLoaded)
+{
+    startWithUnit();
+    SetupController* setups = view->setups();
+    ASSERT_TRUE(waitUntil([&] { return setups->connectionSetup().lines.size() == 15; }, 5000));
+    auto settle = [&](int alertsBefore) { return waitUntil([&] { return alerts.messages.size() > alertsBefore && !setups->busy(); }, 8000); };
+
+    // Save: "k" and the setup letters go out, nothing else; one line per letter.
+    const QString path = dir.filePath(QStringLiteral("studio.rz48setup"));
+    panels.nextSave = path;
+    const size_t before = host.unit().commands().size();
+    setups->menuSaveSetup();
+    ASSERT_TRUE(waitUntil([&] { return QFile::exists(path) && !setups->busy(); }, 8000));
+    const auto all = host.unit().commands();
+    EXPECT_EQ(std::vector<std::string>(all.begin() + long(before), all.end()),
+              (std::vector<std::string> {"k", "A", "C", "E", "G", "H", "J", "M", "Q", "U", "X", "Y", "m", "n", "r", "t"}));
+    QFile saved(path);
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    const QByteArray text = saved.readAll();
+    EXPECT_TRUE(text.startsWith("# RZ-48 setup, saved ")) << text.toStdString();
+    EXPECT_TRUE(text.contains("\n# firmware RZ-48 micro 3.32.6\nA 2\nC 0 28 0 64 0 ff ff 0\n")) << text.toStdString();
+
+    // A change by hand shows in the comparison with the file.
+    expectSends([&] { find<Stepper>("stepperMaskingTop")->upButton()->click(); }, "H 1 0 0 0 0");
+    panels.nextOpen = path;
+    int shown = int(alerts.messages.size());
+    setups->menuCompareSetup();
+    ASSERT_TRUE(settle(shown));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("1 setting differs between studio.rz48setup and the unit."));
+    EXPECT_EQ(alerts.details.last(), QStringLiteral("H: file H 0 0 0 0 0 / unit H 1 0 0 0 0"));
+
+    // Revert: the connection's setup goes back, and comes back as sent.
+    shown = int(alerts.messages.size());
+    setups->menuRevertSetup();
+    ASSERT_TRUE(settle(shown));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("No difference between the setup read at connection after it was sent."));
+    EXPECT_EQ(host.unit().fields('H'), (std::vector<int64_t> {0, 0, 0, 0, 0}));
+    EXPECT_EQ(find<QLineEdit>("textBoxMaskingTop")->text(), QStringLiteral("0"));
+
+    // Load: a file with a line that is not a setting is refused and sends
+    // nothing; a good one is sent and checked.
+    QFile bad(dir.filePath(QStringLiteral("bad.rz48setup")));
+    ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
+    bad.write("# hand-made\nQ 1\nZ 1\n");
+    bad.close();
+    panels.nextOpen = bad.fileName();
+    const size_t sentBefore = host.unit().commands().size();
+    setups->menuLoadSetup();
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("bad.rz48setup is not a setup file: nothing was sent."));
+    EXPECT_EQ(alerts.details.last(), QStringLiteral("Line 3: not a setting command (a setup has lines for ACEGHJMQUXYmnrt)"));
+    QTest::qWait(100);
+    EXPECT_EQ(host.unit().commands().size(), sentBefore);
+    QFile good(dir.filePath(QStringLiteral("good.rz48setup")));
+    ASSERT_TRUE(good.open(QIODevice::WriteOnly));
+    good.write("Q 1\nH 5 6 7 8 9\n");
+    good.close();
+    panels.nextOpen = good.fileName();
+    shown = int(alerts.messages.size());
+    setups->menuLoadSetup();
+    ASSERT_TRUE(settle(shown));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("No difference between good.rz48setup after it was sent."));
+    EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
+    EXPECT_EQ(find<QLineEdit>("textBoxMaskingRight")->text(), QStringLiteral("8"));
+}
+
+} // namespace

@@ -88,6 +88,11 @@ int main(int argc, char** argv)
     ::mkdir(runtime.constData(), 0700);
     ::chmod(runtime.constData(), 0700);
     ::setenv("XDG_RUNTIME_DIR", runtime.constData(), 1);
+    // What the panel keeps in the user's data directory (setups saved before
+    // updates) goes to a directory of the test run's, never the user's.
+    const QByteArray data = runtime + "/data-" + QByteArray::number(::getpid());
+    ::mkdir(data.constData(), 0700);
+    ::setenv("XDG_DATA_HOME", data.constData(), 1);
 
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);

@@ -2,10 +2,12 @@
 #include "common/Diagnostics.h"
 #include "emulator/EmulatedUnit.h"
 #include "support/PanelFixture.h"
+#include "panel/SetupController.h"
 #include "update/MicroUpdateThread.h"
 #include "update/SRecord.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QTest>
@@ -17,6 +19,15 @@ using rz48test::waitUntil;
 using Faults = emu::EmulatedUnit::UpdateFaults;
 
 namespace {
+
+// What reading the unit's setup sends (before every update): "k", then each setup letter.
+const std::vector<std::string> kSetupQueries {"k", "A", "C", "E", "G", "H", "J", "M", "Q", "U", "X", "Y", "m", "n", "r", "t"};
+
+std::vector<std::string> operator+(std::vector<std::string> a, const std::vector<std::string>& b)
+{
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
 
 QByteArray testLoader()
 {
@@ -119,9 +130,15 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     view->updates()->menuFileUpdateMicro();
     EXPECT_TRUE(view->updates()->isUpdating());
     ASSERT_TRUE(finishedWith(QStringLiteral("success!"))) << label->text().toStdString();
+    // The unit's setup is read and saved first; then the settings block.
     std::vector<std::string> sent = sentSince(before);
-    sent.resize(7);
-    EXPECT_EQ(sent, (std::vector<std::string> {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1", "L"}));
+    sent.resize(kSetupQueries.size() + 7);
+    EXPECT_EQ(sent, (kSetupQueries + std::vector<std::string> {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1", "L"}));
+    const QStringList saved = QDir(SetupController::updateSetupDirectory()).entryList({QStringLiteral("before-update-*.rz48setup")});
+    ASSERT_EQ(saved.size(), 1);
+    QFile setup(QDir(SetupController::updateSetupDirectory()).filePath(saved.first()));
+    ASSERT_TRUE(setup.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(setup.readAll().contains("\nC 0 28 0 64 0 ff ff 0\nE 0 70 77 87 5 64 3 1\n"));
     // 69 records and the terminator: 64 from 0x8000, fc00 to fc30 with the unit's settings, fff0.
     for (const char* step : {"loading S Record file...|0", "initializing update, stand by...|0", "micro preload 0 percent|0",
                              "micro preload 50 percent|50", "micro preload 99 percent|99", "micro download 50 percent|50",
@@ -141,6 +158,7 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update is complete."));
     EXPECT_TRUE(alerts.details.last().startsWith(QStringLiteral("The unit reports firmware 3.32.6.")));
     EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("records fc00, fc10, fc20, fc30, 63 bytes"))) << alerts.details.last().toStdString();
+    EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("The unit's setup before the update is saved in %1.").arg(setup.fileName())));
     EXPECT_TRUE(alerts.details.last().endsWith(QStringLiteral("Line 2: S1 data at 0x7000 to 0x700F lies below 0x8000 and is not sent")));
     // The Update tab keeps the last message.
     for (int tick = 0; tick < 60; ++tick)
@@ -301,7 +319,7 @@ TEST_F(UpdateTest, MicrocontrollerAsksWhenASettingsRecordIsMissing)
     EXPECT_EQ(alerts.choices.value(1), QStringLiteral("Update without keeping the settings"));
     EXPECT_EQ(label->text(), QStringLiteral("update cancelled: nothing was erased"));
     QTest::qWait(100);
-    EXPECT_EQ(sentSince(before), (std::vector<std::string> {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1"}));
+    EXPECT_EQ(sentSince(before), (kSetupQueries + std::vector<std::string> {"k", "j fc00", "j fc10", "j fc20", "j fc30", "A 1"}));
 
     // Going on: the program is written without the unit's settings, and the end alert says so.
     alerts.choice = 1;

@@ -1,0 +1,218 @@
+#include "panel/SetupController.h"
+
+#include "common/Alerts.h"
+#include "common/FilePanels.h"
+#include "control/SetupTransfer.h"
+#include "link/ComThread.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTimer>
+
+namespace {
+
+constexpr int kTickMs = 50;
+constexpr int kQuietTicks = 300 / kTickMs; // after the last query went out: time for a bare "M" to be answered
+constexpr int kGiveUpTicks = 15000 / kTickMs;
+constexpr int kShownDifferences = 20;
+
+QString now()
+{
+    return QDateTime::currentDateTime().toString(Qt::ISODate);
+}
+
+} // namespace
+
+SetupController::SetupController(QObject* parent)
+    : QObject(parent)
+    , timer_(new QTimer(this))
+{
+    timer_->setInterval(kTickMs);
+    connect(timer_, &QTimer::timeout, this, &SetupController::tick);
+}
+
+void SetupController::setUp(ComThread* link)
+{
+    link_ = link;
+}
+
+QString SetupController::updateSetupDirectory()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/rz48/setups");
+}
+
+void SetupController::record(const QString& line)
+{
+    if (line.size() < 1 || (line.size() > 1 && line.at(1) != u' '))
+        return;
+    ++sequence_;
+    if (line.at(0) == u'k')
+        firmware_ = rz48::control::firmwareOf(line);
+    else
+        latest_[line.at(0)] = {line, sequence_};
+}
+
+void SetupController::connected()
+{
+    const bool wasBusy = busy();
+    pending_ = std::make_unique<Done>([this](const rz48::setup::Setup& setup, const QStringList&) { connectionSetup_ = setup; });
+    askedAt_ = sequence_;
+    sendQueries_ = false; // the start-up queries ask
+    ticks_ = quietTicks_ = 0;
+    if (!wasBusy || !timer_->isActive())
+        timer_->start();
+}
+
+void SetupController::capture(Done done)
+{
+    if (!link_) {
+        done({}, QString::fromLatin1(rz48::setup::kLetters).split(QString(), Qt::SkipEmptyParts));
+        return;
+    }
+    pending_ = std::make_unique<Done>(std::move(done));
+    askedAt_ = sequence_;
+    link_->sendString(QStringLiteral("k"));
+    for (const char* l = rz48::setup::kLetters; *l; ++l)
+        link_->sendString(QString(QLatin1Char(*l)));
+    ticks_ = quietTicks_ = 0;
+    timer_->start();
+}
+
+void SetupController::tick()
+{
+    ++ticks_;
+    const bool drained = link_ && link_->txCount() == 0;
+    quietTicks_ = drained ? quietTicks_ + 1 : 0;
+    if (quietTicks_ > kQuietTicks || ticks_ > kGiveUpTicks)
+        finish();
+}
+
+void SetupController::finish()
+{
+    timer_->stop();
+    QMap<QChar, QString> reports;
+    for (auto it = latest_.cbegin(); it != latest_.cend(); ++it)
+        if (it.value().second > askedAt_)
+            reports.insert(it.key(), it.value().first);
+    const rz48::control::CapturedSetup captured =
+        rz48::control::setupFromReports(reports, now(), link_ ? link_->portPath() : QString(), firmware_);
+    const std::unique_ptr<Done> done = std::move(pending_);
+    if (done)
+        (*done)(captured.setup, captured.missing);
+}
+
+bool SetupController::chooseSetup(const QString& title, rz48::setup::Setup& setup, QString* name)
+{
+    const QString path = rz48::askOpenPath(title, {QLatin1String(rz48::setup::kExtension)});
+    if (path.isEmpty())
+        return false;
+    *name = QFileInfo(path).fileName();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > 1024 * 1024) {
+        rz48::showAlert(tr("%1 cannot be read.").arg(*name), file.isOpen() ? tr("It is larger than a setup file.") : file.errorString());
+        return false;
+    }
+    int line = 0;
+    QString why;
+    if (!rz48::setup::parseSetup(file.readAll(), setup, &line, &why)) {
+        rz48::showAlert(tr("%1 is not a setup file: nothing was sent.").arg(*name), tr("Line %1: %2").arg(line).arg(why));
+        return false;
+    }
+    return true;
+}
+
+void SetupController::menuSaveSetup()
+{
+    if (busy())
+        return;
+    const QString path = rz48::askSavePathWithExtension(tr("Save the unit's setup"), QLatin1String(rz48::setup::kExtension));
+    if (path.isEmpty())
+        return;
+    capture([path](const rz48::setup::Setup& setup, const QStringList& missing) {
+        QString error;
+        if (!rz48::writeFileAtomically(path, rz48::setup::formatSetup(setup), &error))
+            rz48::showAlert(tr("The setup could not be saved to %1.").arg(path), error);
+        else if (!missing.isEmpty())
+            rz48::showAlert(tr("The setup was saved without %1: the unit did not report them.").arg(missing.join(QStringLiteral(", "))),
+                            path);
+    });
+}
+
+void SetupController::menuLoadSetup()
+{
+    rz48::setup::Setup setup;
+    QString name;
+    if (!busy() && chooseSetup(tr("Load a setup into the unit"), setup, &name))
+        apply(setup, name);
+}
+
+void SetupController::menuCompareSetup()
+{
+    rz48::setup::Setup setup;
+    QString name;
+    if (busy() || !chooseSetup(tr("Compare a setup with the unit"), setup, &name))
+        return;
+    capture([this, setup, name](const rz48::setup::Setup& unit, const QStringList&) {
+        showDifferences(setup, unit, tr("%1 and the unit").arg(name));
+    });
+}
+
+void SetupController::menuRevertSetup()
+{
+    if (busy())
+        return;
+    if (connectionSetup_.lines.isEmpty()) {
+        rz48::showAlert(tr("There is no setup from the connection to go back to."),
+                        tr("It is read once the unit has answered the start-up queries."));
+        return;
+    }
+    apply(connectionSetup_, tr("the setup read at connection"));
+}
+
+void SetupController::apply(const rz48::setup::Setup& setup, const QString& name)
+{
+    if (!link_)
+        return;
+    for (const QString& line : setup.lines)
+        link_->sendString(line);
+    capture([this, setup, name](const rz48::setup::Setup& unit, const QStringList&) {
+        emit applied();
+        showDifferences(setup, unit, tr("%1 after it was sent").arg(name));
+    });
+}
+
+void SetupController::showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& what)
+{
+    const QList<rz48::control::Difference> differences = rz48::control::compareSetup(wanted, unit);
+    if (differences.isEmpty()) {
+        rz48::showAlert(tr("No difference between %1.").arg(what), tr("Every setting of the file is the unit's."));
+        return;
+    }
+    QStringList lines;
+    for (const rz48::control::Difference& d : differences.mid(0, kShownDifferences))
+        lines << rz48::control::describe(d);
+    if (differences.size() > kShownDifferences)
+        lines << tr("... and %1 more").arg(differences.size() - kShownDifferences);
+    rz48::showAlert(differences.size() == 1 ? tr("1 setting differs between %1.").arg(what)
+                                            : tr("%1 settings differ between %2.").arg(differences.size()).arg(what),
+                    lines.join(u'\n'));
+}
+
+void SetupController::saveBeforeUpdate(std::function<void(const QString& path, const QString& error)> done)
+{
+    capture([done = std::move(done)](const rz48::setup::Setup& setup, const QStringList&) {
+        const QString directory = updateSetupDirectory();
+        const QString path = QDir(directory).filePath(
+            QStringLiteral("before-update-%1.%2").arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")),
+                                                      QLatin1String(rz48::setup::kExtension)));
+        QString error;
+        if (!QDir().mkpath(directory))
+            error = tr("%1 cannot be made").arg(directory);
+        else if (!rz48::writeFileAtomically(path, rz48::setup::formatSetup(setup), &error))
+            error = tr("%1: %2").arg(path, error);
+        done(error.isEmpty() ? path : QString(), error);
+    });
+}
