@@ -57,12 +57,7 @@ void MainWindow::addPanelMenus()
                 (document->*command)();
         };
     };
-    QAction* open = file->addAction(tr("&Open cue sheet..."), this, cues(&CueDocument::menuFileOpen));
-    open->setObjectName(QStringLiteral("menuFileOpen"));
-    open->setShortcut(QKeySequence::Open);
-    QAction* save = file->addAction(tr("&Save cue sheet..."), this, cues(&CueDocument::menuFileSave));
-    save->setObjectName(QStringLiteral("menuFileSave"));
-    save->setShortcut(QKeySequence::Save);
+    addSheetCommands(file, [this] { return view_->cueDocument(); });
     file->addSeparator();
     QAction* micro = file->addAction(tr("Update &microcontroller..."), view_->updates(), &UpdateController::menuFileUpdateMicro);
     micro->setObjectName(QStringLiteral("menuFileUpdateMicro"));
@@ -168,8 +163,10 @@ QString MainWindow::aboutText() const
 
 QString MainWindow::shortcutsText()
 {
-    return tr("Ctrl+O  open a cue sheet (appends to the list)\n"
-              "Ctrl+S  save the cue sheet\n"
+    return tr("Ctrl+N  a new, empty cue list\n"
+              "Ctrl+O  open a cue sheet (appends to the list)\n"
+              "Ctrl+S  save the cue sheet (Ctrl+Shift+S: save as)\n"
+              "Ctrl+Z / Ctrl+Shift+Z  undo / redo a change of the cue list (cue list window)\n"
               "Ctrl+L  show the cue list window\n"
               "Ctrl+R  look for the unit again (every port)\n"
               "Ctrl+C / Ctrl+V  copy / paste cues (cue list window)\n"

@@ -4,10 +4,12 @@
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
 #include "cuewindow/CueArrayController.h"
+#include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
 #include "link/ComThread.h"
 
 #include <QAction>
+#include <QUndoStack>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QGuiApplication>
@@ -61,7 +63,10 @@ CueDocument::CueDocument(QObject* parent)
     , arranged_(new ArrangedCues(this))
 {
     arranged_->setSourceModel(controller_);
-    auto touched = [this] { modified_ = true; };
+    history_ = new CueHistory(controller_, [this] { return cueSheetInitValues(); }, this);
+    // Undoing back to the saved list leaves nothing unsaved.
+    connect(history_, &CueHistory::cleanChanged, this, [this](bool clean) { setModified(!clean); });
+    auto touched = [this] { setModified(true); };
     connect(controller_, &QAbstractItemModel::dataChanged, this, touched);
     connect(controller_, &QAbstractItemModel::rowsInserted, this, touched);
     connect(controller_, &QAbstractItemModel::rowsRemoved, this, touched);
@@ -101,7 +106,7 @@ void CueDocument::makeWindowControllers()
         return;
     window_ = new QMainWindow;
     window_->setObjectName(QStringLiteral("CueDocument"));
-    window_->setWindowTitle(tr("Cue list"));
+    showTitle();
     auto* central = new QWidget(window_);
     auto* layout = new QVBoxLayout(central);
 
@@ -114,11 +119,24 @@ void CueDocument::makeWindowControllers()
     connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &CueDocument::tableViewSelectionDidChange);
     table_->onFilesDropped = [this](const QStringList& paths, bool linkOffered) {
+        history_->nameNextStep(tr("Drop"));
         return controller_->acceptDrop(paths, linkOffered);
     };
 
+    // The sheet commands here too, so that their shortcuts work in this window.
+    addSheetCommands(window_->menuBar()->addMenu(tr("&File")), [this] { return this; });
+
     QMenu* edit = window_->menuBar()->addMenu(tr("&Edit"));
     edit->setObjectName(QStringLiteral("menuEdit"));
+    QAction* undo = history_->stack()->createUndoAction(edit, tr("&Undo"));
+    undo->setObjectName(QStringLiteral("menuEditUndo"));
+    undo->setShortcut(QKeySequence::Undo);
+    QAction* redo = history_->stack()->createRedoAction(edit, tr("&Redo"));
+    redo->setObjectName(QStringLiteral("menuEditRedo"));
+    redo->setShortcut(QKeySequence::Redo);
+    edit->addAction(undo);
+    edit->addAction(redo);
+    edit->addSeparator();
     QAction* copyAction = edit->addAction(tr("&Copy cues"), this, &CueDocument::copy);
     copyAction->setObjectName(QStringLiteral("menuEditCopy"));
     copyAction->setShortcut(QKeySequence::Copy);
@@ -132,7 +150,7 @@ void CueDocument::makeWindowControllers()
         auto* b = new QCheckBox(title, central);
         b->setObjectName(QLatin1String(name));
         options->addWidget(b, row, column);
-        connect(b, &QCheckBox::toggled, this, [this] { modified_ = true; });
+        connect(b, &QCheckBox::toggled, this, [this] { setModified(true); });
         return b;
     };
     checkBoxDuplicate = box("checkBoxDuplicate", tr("Remove duplicates"), 0, 0);
@@ -143,12 +161,12 @@ void CueDocument::makeWindowControllers()
     textBoxMidiStart = new QLineEdit(central);
     textBoxMidiStart->setObjectName(QStringLiteral("textBoxMidiStart"));
     textBoxMidiStart->setPlaceholderText(QStringLiteral("00:00:00:00"));
-    connect(textBoxMidiStart, &QLineEdit::textEdited, this, [this] { modified_ = true; });
+    connect(textBoxMidiStart, &QLineEdit::textEdited, this, [this] { setModified(true); });
     comboBoxMidiTcType = new QComboBox(central);
     comboBoxMidiTcType->setObjectName(QStringLiteral("comboBoxMidiTcType"));
     comboBoxMidiTcType->addItems({tr("24 fps"), tr("25 fps"), tr("30 fps drop-frame"), tr("30 fps")});
     comboBoxMidiTcType->setCurrentIndex(3);
-    connect(comboBoxMidiTcType, &QComboBox::activated, this, [this] { modified_ = true; });
+    connect(comboBoxMidiTcType, &QComboBox::activated, this, [this] { setModified(true); });
     options->addWidget(new QLabel(tr("MIDI start"), central), 1, 1);
     options->addWidget(textBoxMidiStart, 1, 2);
     options->addWidget(comboBoxMidiTcType, 1, 3);
@@ -175,7 +193,40 @@ void CueDocument::makeWindowControllers()
     window_->setCentralWidget(central);
     window_->resize(820, 520);
     applyOptions(rz48::cuesheet::Options {});
-    modified_ = false;
+    setModified(false);
+}
+
+void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document)
+{
+    const std::tuple<const char*, QString, void (CueDocument::*)(), QKeySequence> commands[] = {
+        {"menuFileNew", CueDocument::tr("&New cue list"), &CueDocument::menuFileNew, QKeySequence::New},
+        {"menuFileOpen", CueDocument::tr("&Open cue sheet..."), &CueDocument::menuFileOpen, QKeySequence::Open},
+        {"menuFileSave", CueDocument::tr("&Save cue sheet"), &CueDocument::menuFileSave, QKeySequence::Save},
+        {"menuFileSaveAs", CueDocument::tr("Save cue sheet &as..."), &CueDocument::menuFileSaveAs, QKeySequence::SaveAs},
+    };
+    for (const auto& [name, title, command, keys] : commands) {
+        QAction* action = menu->addAction(title, menu, [document, command = command] {
+            if (CueDocument* d = document())
+                (d->*command)();
+        });
+        action->setObjectName(QLatin1String(name));
+        action->setShortcut(keys);
+    }
+}
+
+void CueDocument::setModified(bool modified)
+{
+    modified_ = modified;
+    showTitle();
+}
+
+void CueDocument::showTitle()
+{
+    if (!window_)
+        return;
+    const QString name = filePath_.isEmpty() ? tr("Untitled") : QFileInfo(filePath_).fileName();
+    window_->setWindowTitle(tr("%1[*] - Cue list").arg(name));
+    window_->setWindowModified(modified_);
 }
 
 void CueDocument::showWindows()
@@ -195,7 +246,8 @@ void CueDocument::close()
 void CueDocument::releaseItems()
 {
     controller_->setItems({});
-    modified_ = false;
+    history_->restart();
+    setModified(false);
 }
 
 rz48::cuesheet::Options CueDocument::options() const
@@ -235,6 +287,7 @@ QString CueDocument::stringFromCueTable() const
 
 void CueDocument::cueTableFromString(const QString& text)
 {
+    history_->nameNextStep(tr("Import"));
     controller_->cueTableFromString(text, this);
 }
 
@@ -299,7 +352,9 @@ void CueDocument::OnSort()
     arranged_->sort(-1); // show the document's order again
     if (table_)
         table_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
+    history_->nameNextStep(tr("Sort"));
     setCollection(items);
+    history_->recordNow(); // one step, before the export that may follow
 }
 
 void CueDocument::onExportMidi()
@@ -354,6 +409,7 @@ QString CueDocument::onButtonTest(bool* passed)
 
 void CueDocument::onAddCue()
 {
+    history_->nameNextStep(tr("Add cue"));
     controller_->appendItems({CueItem {}});
     if (table_)
         table_->scrollToBottom();
@@ -367,12 +423,14 @@ void CueDocument::onRemoveCues()
     for (const QModelIndex& index : table_->selectionModel()->selectedRows())
         rows << arranged_->mapToSource(index).row();
     std::sort(rows.begin(), rows.end(), std::greater<int>());
+    history_->nameNextStep(tr("Remove cues"));
     for (int row : rows)
         controller_->removeRows(row, 1);
 }
 
 void CueDocument::onClearAll()
 {
+    history_->nameNextStep(tr("Clear all")); // one click: it can be undone
     controller_->onClearAll();
 }
 
@@ -389,6 +447,7 @@ void CueDocument::copy()
 
 void CueDocument::paste()
 {
+    history_->nameNextStep(tr("Paste"));
     controller_->paste(QGuiApplication::clipboard()->text());
 }
 
@@ -396,7 +455,10 @@ bool CueDocument::saveSheet(const QString& path, QString* error)
 {
     if (!rz48::writeFileAtomically(path, stringFromCueTable().toUtf8(), error))
         return false;
-    modified_ = false;
+    filePath_ = path;
+    history_->setFilePath(path);
+    history_->markClean();
+    setModified(false);
     return true;
 }
 
@@ -405,16 +467,38 @@ bool CueDocument::openSheet(const QString& path, QString* error)
     QString text;
     if (!rz48::readUtf8File(path, kMaxSheetBytes, text, error))
         return false;
+    // Open appends: the list keeps its file only when it was empty before.
     const bool wasEmpty = collection().isEmpty();
-    cueTableFromString(text);
-    if (wasEmpty)
-        modified_ = false;
+    history_->recordNow();
+    history_->nameNextStep(tr("Open %1").arg(QFileInfo(path).fileName()));
+    controller_->cueTableFromString(text, this);
+    filePath_ = wasEmpty ? path : QString();
+    history_->setFilePath(filePath_);
+    if (wasEmpty) {
+        history_->restart();
+        history_->markClean();
+        setModified(false);
+    } else {
+        history_->recordNow();
+        setModified(true);
+    }
     return true;
 }
 
 // ---------------------------------------------------------------- the File menu
 
 void CueDocument::menuFileSave()
+{
+    if (filePath_.isEmpty()) {
+        menuFileSaveAs();
+        return;
+    }
+    QString error;
+    if (!saveSheet(filePath_, &error))
+        rz48::showAlert(tr("cannot save %1").arg(filePath_), error);
+}
+
+void CueDocument::menuFileSaveAs()
 {
     const QString path = rz48::askSavePathWithExtension(tr("Save cue sheet"), QStringLiteral("txt"));
     if (path.isEmpty())
@@ -438,18 +522,59 @@ void CueDocument::menuFileOpen()
     showWindows();
 }
 
-bool CueDocument::mayClose()
+bool CueDocument::settleChanges(const QString& question)
 {
     if (!isModified())
         return true;
-    switch (rz48::askSaveChanges(tr("The cue list has changes that are not saved. Save them before quitting?"))) {
+    switch (rz48::askSaveChanges(question)) {
     case rz48::SaveChoice::Discard:
+        CueHistory::discardRecovery();
         return true;
     case rz48::SaveChoice::Cancel:
         return false;
     case rz48::SaveChoice::Save:
         menuFileSave();
-        return !isModified(); // still unsaved: stay open
+        return !isModified(); // still unsaved: stay
     }
     return false;
+}
+
+bool CueDocument::mayClose()
+{
+    return settleChanges(tr("The cue list has changes that are not saved. Save them before quitting?"));
+}
+
+void CueDocument::menuFileNew()
+{
+    if (!settleChanges(tr("The cue list has changes that are not saved. Save them before starting a new one?")))
+        return;
+    controller_->setItems({});
+    applyOptions(rz48::cuesheet::Options {});
+    filePath_.clear();
+    history_->setFilePath({});
+    history_->restart();
+    history_->markClean();
+    setModified(false);
+}
+
+void CueDocument::offerRecovery()
+{
+    CueHistory::Recovered recovered;
+    if (CueHistory::readRecovery(recovered)) {
+        const int choice = rz48::askChoice(
+            tr("The cue list had changes that were not saved when the panel last stopped. Restore them?"),
+            {tr("Restore the cue list"), tr("Discard it")});
+        if (choice == 0) {
+            controller_->setItems(recovered.items);
+            for (const QString& line : recovered.options.split(u'\n', Qt::SkipEmptyParts))
+                initValueFromString(line);
+            filePath_ = recovered.savedPath;
+            history_->setFilePath(filePath_);
+            history_->restart();
+            history_->markUnsaved();
+        } else {
+            CueHistory::discardRecovery();
+        }
+    }
+    history_->startRecovery();
 }

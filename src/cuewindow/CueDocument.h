@@ -11,12 +11,16 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
+
 class ComThread;
 class CueArrayController;
+class CueHistory;
 class CueTableView;
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
+class QMenu;
 class QSortFilterProxyModel;
 
 class CueDocument : public QObject {
@@ -70,10 +74,19 @@ public:
     // The cue sheet files of the File menu.
     bool saveSheet(const QString& path, QString* error = nullptr);
     bool openSheet(const QString& path, QString* error = nullptr);
+    // Save writes to the sheet's own file (Save As when it has none).
     void menuFileSave();
+    void menuFileSaveAs();
     void menuFileOpen();
+    // An empty, untitled list (unsaved changes are offered for saving first).
+    void menuFileNew();
     // Whether the panel may close: unsaved edits are offered for saving.
     bool mayClose();
+    // At start: a list left unsaved by a run that stopped is offered back.
+    void offerRecovery();
+    // The sheet's file, empty for an untitled list.
+    const QString& filePath() const { return filePath_; }
+    CueHistory* history() const { return history_; }
 
     ComThread* comThread() const { return comThread_; }
     void setComThread(ComThread* link) { comThread_ = link; }
@@ -86,10 +99,13 @@ public:
 
     // Unsaved edits: the operator is asked before they are lost.
     bool isModified() const { return modified_; }
-    void setModified(bool modified) { modified_ = modified; }
+    void setModified(bool modified);
 
 private:
     void send(const QString& command);
+    void showTitle();
+    // Unsaved changes are saved or discarded: false when the operator stays.
+    bool settleChanges(const QString& question);
 
     CueArrayController* controller_;
     QSortFilterProxyModel* arranged_;
@@ -98,6 +114,8 @@ private:
     ComThread* comThread_ = nullptr;
     double offset_ = 0;
     bool modified_ = false;
+    CueHistory* history_;
+    QString filePath_;
 
     QPointer<QMainWindow> window_;
     CueTableView* table_ = nullptr;
@@ -109,3 +127,7 @@ private:
     QLineEdit* textBoxMidiStart = nullptr;
     QComboBox* comboBoxMidiTcType = nullptr;
 };
+
+// The sheet commands (New, Open, Save, Save As, with their shortcuts) in a
+// window's File menu, acting on the document of the moment.
+void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document);

@@ -148,6 +148,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     comThread_ = std::make_unique<ComThread>();
     cueDocument_ = std::make_unique<CueDocument>();
     cueDocument_->makeWindowControllers();
+    cueDocument_->offerRecovery();
     if (cueDocument_->window())
         rz48::applyTooltips(cueDocument_->window());
     cueDocument_->showWindows();

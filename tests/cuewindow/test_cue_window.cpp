@@ -2,6 +2,7 @@
 #include "common/Diagnostics.h"
 #include "cuewindow/CueArrayController.h"
 #include "cuewindow/CueDocument.h"
+#include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
 #include "pages/MonitorView.h"
 #include "support/PanelFixture.h"
@@ -17,7 +18,11 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProcess>
 #include <QTest>
+#include <QUndoStack>
+
+#include <csignal>
 
 using rz48test::PanelTest;
 using rz48test::waitUntil;
@@ -224,6 +229,118 @@ TEST_F(CueWindowTest, PasteAndFilesDroppedOnTheTable)
     doc->paste();
     ASSERT_EQ(doc->collection().size(), 7);
     EXPECT_EQ(doc->collection()[6].cueText, doc->collection()[0].cueText);
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(CueWindowTest, EveryChangeOfTheListUndoesAndTheTitleSaysWhereItStands)
+{
+    QUndoStack* steps = doc->history()->stack();
+    auto settled = [] { QCoreApplication::processEvents(); };
+    settled();
+    EXPECT_EQ(doc->window()->windowTitle(), QStringLiteral("Untitled[*] - Cue list"));
+    EXPECT_TRUE(doc->window()->isWindowModified());
+    EXPECT_EQ(cueControl<QAction>("menuEditUndo")->shortcut(), QKeySequence(QKeySequence::Undo));
+
+    // Save names the list; Save writes to it again without asking.
+    panels.nextSave = path("list.txt");
+    doc->menuFileSave();
+    EXPECT_EQ(doc->window()->windowTitle(), QStringLiteral("list.txt[*] - Cue list"));
+    EXPECT_FALSE(doc->window()->isWindowModified());
+    const QList<CueItem> saved = doc->collection();
+
+    // Each kind of change is one step; undoing it restores the list, and undoing
+    // back to the saved list leaves nothing unsaved.
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"Add cue", [&] { doc->onAddCue(); }},
+        {"Edit cue", [&] { doc->cueArrayController()->setData(doc->cueArrayController()->index(0, CueArrayController::ColumnText), QStringLiteral("Hi"), Qt::EditRole); }},
+        {"Remove cues", [&] { doc->tableView()->selectRow(0); doc->onRemoveCues(); }},
+        {"Clear all", [&] { doc->onClearAll(); }},
+        {"Paste", [&] { QGuiApplication::clipboard()->setText(QStringLiteral("00:59:00:00 earlier\n02:00:00:00 later\n")); doc->paste(); }},
+        {"Import", [&] { doc->cueTableFromString(QStringLiteral("00:10:00:00 first\n")); }},
+        {"Sort", [&] { doc->OnSort(); }}, // as MIDI export runs it: the earliest cue, appended last, comes first
+    };
+    for (const auto& [name, change] : changes) {
+        const int before = steps->count();
+        const QList<CueItem> was = doc->collection();
+        change();
+        settled();
+        ASSERT_EQ(steps->count(), before + 1) << name;
+        EXPECT_EQ(steps->undoText(), QLatin1String(name));
+        EXPECT_NE(doc->collection(), was) << name;
+        EXPECT_TRUE(doc->isModified()) << name;
+        const QList<CueItem> after = doc->collection();
+        steps->undo();
+        EXPECT_EQ(doc->collection(), was) << name;
+        steps->redo();
+        EXPECT_EQ(doc->collection(), after) << name;
+    }
+    EXPECT_EQ(doc->collection().first().cueText, QStringLiteral("first"));
+    while (!steps->isClean())
+        steps->undo();
+    EXPECT_EQ(doc->collection(), saved);
+    EXPECT_FALSE(doc->isModified());
+
+    // A column sort of the view is not a change of the list.
+    const int count = steps->count();
+    doc->tableView()->horizontalHeader()->setSortIndicator(CueArrayController::ColumnText, Qt::DescendingOrder);
+    QTest::mouseClick(doc->tableView()->horizontalHeader()->viewport(), Qt::LeftButton, {},
+                      QPoint(doc->tableView()->horizontalHeader()->sectionViewportPosition(CueArrayController::ColumnText) + 5, 5));
+    settled();
+    EXPECT_EQ(steps->count(), count);
+
+    // Open appends to a list: the list is no longer the file's.
+    panels.nextOpen = path("list.txt");
+    doc->menuFileOpen();
+    settled();
+    EXPECT_EQ(doc->window()->windowTitle(), QStringLiteral("Untitled[*] - Cue list"));
+    EXPECT_TRUE(doc->isModified());
+
+    // New asks first, then empties the list.
+    alerts.answer = rz48::SaveChoice::Discard;
+    doc->menuFileNew();
+    EXPECT_EQ(alerts.questions.size(), 1);
+    EXPECT_TRUE(doc->collection().isEmpty());
+    EXPECT_FALSE(doc->isModified());
+    EXPECT_FALSE(steps->canUndo());
+}
+
+// The helper process of the next test: a panel whose cue list has changes,
+// killed before they are saved.
+TEST_F(PanelTest, DISABLED_KilledWithUnsavedCues)
+{
+    view->awakeFromNib(noUnit());
+    view->cueDocument()->cueTableFromString(QStringLiteral("01:00:00:00 left unsaved\n"));
+    waitUntil([] { return QFile::exists(CueHistory::recoveryPath()); }, 5000);
+    ::raise(SIGKILL);
+}
+
+TEST_F(PanelTest, ACrashLosesNoCueList)
+{
+    CueHistory::discardRecovery();
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--gtest_also_run_disabled_tests"), QStringLiteral("--gtest_filter=PanelTest.DISABLED_KilledWithUnsavedCues")});
+    ASSERT_TRUE(child.waitForFinished(30000));
+    ASSERT_EQ(child.exitStatus(), QProcess::CrashExit) << child.readAll().toStdString();
+    ASSERT_TRUE(QFile::exists(CueHistory::recoveryPath()));
+
+    // The next start offers the list back.
+    alerts.choice = 0;
+    view->awakeFromNib(noUnit());
+    ASSERT_EQ(alerts.questions.size(), 1);
+    EXPECT_TRUE(alerts.questions[0].startsWith(QStringLiteral("The cue list had changes that were not saved")));
+    CueDocument* doc = view->cueDocument();
+    ASSERT_EQ(doc->collection().size(), 1);
+    EXPECT_EQ(doc->collection()[0].cueText, QStringLiteral("left unsaved"));
+    EXPECT_TRUE(doc->isModified());
+    // A clean save removes the recovery file.
+    panels.nextSave = dir.filePath(QStringLiteral("kept.txt"));
+    doc->menuFileSave();
+    EXPECT_FALSE(doc->isModified());
+    EXPECT_FALSE(QFile::exists(CueHistory::recoveryPath()));
 }
 
 } // namespace

@@ -90,9 +90,13 @@ int main(int argc, char** argv)
     ::setenv("XDG_RUNTIME_DIR", runtime.constData(), 1);
     // What the panel keeps in the user's data directory (setups saved before
     // updates) goes to a directory of the test run's, never the user's.
-    const QByteArray data = runtime + "/data-" + QByteArray::number(::getpid());
-    ::mkdir(data.constData(), 0700);
-    ::setenv("XDG_DATA_HOME", data.constData(), 1);
+    // A test's helper process (this program again) shares its parent's.
+    if (!std::getenv("RZ48_TEST_DATA_HOME_SET")) {
+        const QByteArray data = runtime + "/data-" + QByteArray::number(::getpid());
+        ::mkdir(data.constData(), 0700);
+        ::setenv("XDG_DATA_HOME", data.constData(), 1);
+        ::setenv("RZ48_TEST_DATA_HOME_SET", "1", 1);
+    }
 
     QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);

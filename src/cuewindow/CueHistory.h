@@ -1,0 +1,73 @@
+#pragma once
+// What keeps a cue list from being lost: every change to the list is one
+// step of an undo stack (the list before and after it), and while the list
+// has changes that are not saved, the list (exactly, not through the cue
+// sheet's format, which loses some of it) and its options are written to a recovery file in
+// the user's data directory (every few seconds and on every step), which the
+// next start offers to restore after a crash.
+#include "cuelist/CueItem.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+
+class CueArrayController;
+class QTimer;
+class QUndoStack;
+
+class CueHistory : public QObject {
+    Q_OBJECT
+public:
+    // `options` gives the list's option lines as a cue sheet writes them.
+    CueHistory(CueArrayController* model, std::function<QString()> options, QObject* parent = nullptr);
+
+    QUndoStack* stack() const { return stack_; }
+    // The name of the step the next change of the list makes ("Paste", "Sort"...).
+    void nameNextStep(const QString& name) { nextName_ = name; }
+    // Makes the change now pending a step, without waiting for the event loop.
+    void recordNow();
+    // The list as it stands is where history starts (a new or opened sheet).
+    void restart();
+    // The list was saved (or its changes discarded): clean, no recovery file.
+    void markClean();
+    // The list as it stands is not saved anywhere (a restored list).
+    void markUnsaved();
+    // Recovery files are written from now on (once a waiting one was offered back).
+    void startRecovery();
+
+    // Where the recovery file is kept, and whether one is left from a run that stopped.
+    static QString recoveryPath();
+    static bool recoveryWaiting();
+    // What a recovery file holds: the list, its option lines, and the file it was saved to (or empty).
+    struct Recovered {
+        QList<CueItem> items;
+        QString options;
+        QString savedPath;
+    };
+    // False when there is none (or it cannot be read).
+    static bool readRecovery(Recovered& recovered);
+    static void discardRecovery();
+    // The list's own file, kept in the recovery file's companion.
+    void setFilePath(const QString& path) { filePath_ = path; }
+
+signals:
+    // Unsaved changes appeared or went (undoing back to the saved list clears them).
+    void cleanChanged(bool clean);
+
+private:
+    void schedule();
+    void writeRecovery();
+
+    CueArrayController* model_;
+    std::function<QString()> options_;
+    QUndoStack* stack_;
+    QTimer* recoveryTimer_;
+    QList<CueItem> snapshot_;
+    QString nextName_;
+    QString filePath_;
+    bool scheduled_ = false;
+    bool recovering_ = false;
+    bool applying_ = false;
+};
