@@ -335,8 +335,20 @@ void CueDocument::tableViewSelectionDidChange()
 
 void CueDocument::onTxInOuts()
 {
-    for (const QString& command : rz48::cuesheet::txInOutsCommands(collection(), tcc_))
+    const QStringList commands = rz48::cuesheet::txInOutsCommands(collection(), tcc_);
+    for (const QString& command : commands)
         send(command);
+    // The transfer stops at the first cue without an In time: say where.
+    const qsizetype sent = commands.size() - 1;
+    if (sent < collection().size()) {
+        const QString in = collection()[sent].cueIn.trimmed();
+        const QString why = tr("Send In/Outs stopped at row %1: %2. The %3 cue(s) before it were sent, none from it on.")
+                                .arg(sent + 1)
+                                .arg(in.isEmpty() ? tr("it has no In time") : tr("its In time \"%1\" is not a timecode").arg(in))
+                                .arg(sent);
+        emit transferStopped(tr("stopped at row %1: %2 of %3 cues sent").arg(sent + 1).arg(sent).arg(collection().size()));
+        rz48::showAlert(tr("Send In/Outs stopped at row %1.").arg(sent + 1), why);
+    }
 }
 
 void CueDocument::onClearText()

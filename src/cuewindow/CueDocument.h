@@ -101,6 +101,10 @@ public:
     bool isModified() const { return modified_; }
     void setModified(bool modified);
 
+signals:
+    // An In/Out transfer stopped before the end of the list: where, and how much was sent.
+    void transferStopped(const QString& note);
+
 private:
     void send(const QString& command);
     void showTitle();

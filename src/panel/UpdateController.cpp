@@ -120,7 +120,9 @@ void UpdateController::onTransferQueued()
 void UpdateController::onTransferResult(uint32_t n)
 {
     if (int32_t(n) == fMax) {
-        labelUpdate->setText(QStringLiteral("success!"));
+        // What the unit took went well; a transfer that stopped early says so.
+        labelUpdate->setText(transferNote_.isEmpty() ? QStringLiteral("success!") : transferNote_);
+        transferNote_.clear();
         progressBarUpdate->setMaximum(std::max(progressBarUpdate->maximum(), 100));
         progressBarUpdate->setValue(100);
     } else if (n != 0) {

@@ -58,6 +58,8 @@ public:
     // Every 100 ms: hides the progress some time after the last report.
     void timer_service();
     void checkMicroVersion(const QString& current, const QString& minimum);
+    // The cue transfer under way stopped early: its result line says so.
+    void transferStoppedEarly(const QString& note) { transferNote_ = note; }
 
 signals:
     void updatingChanged(bool updating);
@@ -111,6 +113,7 @@ private:
     std::function<void()> makeRoom_;
     uint32_t progress_downcount = 0;
     int32_t fMax = 0; // never assigned: a transfer result of 0 is success
+    QString transferNote_;
     std::array<uint8_t, 256> stateBuffer_ {};
     uint32_t stateAddress_ = 0;
     uint32_t stateSize_ = 0;

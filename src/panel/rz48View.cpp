@@ -149,6 +149,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     cueDocument_ = std::make_unique<CueDocument>();
     cueDocument_->makeWindowControllers();
     cueDocument_->offerRecovery();
+    connect(cueDocument_.get(), &CueDocument::transferStopped, updates_, &UpdateController::transferStoppedEarly);
     if (cueDocument_->window())
         rz48::applyTooltips(cueDocument_->window());
     cueDocument_->showWindows();

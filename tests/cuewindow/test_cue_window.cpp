@@ -85,6 +85,22 @@ TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
     EXPECT_EQ(std::vector<std::string>(all.begin() + long(before), all.end()),
               (std::vector<std::string> {"h 0", "f 01:00:00:00 01:00:05:00", "f 01:00:10:00 "}));
     EXPECT_EQ(view->tabView()->currentIndex(), 2);
+    EXPECT_TRUE(alerts.messages.isEmpty());
+
+    // A cue without an In time stops the transfer: the alert and the Update tab say where.
+    QList<CueItem> items = doc->collection();
+    CueItem blank, late;
+    blank.cueIn.clear();
+    late.cueIn = QStringLiteral("01003000");
+    doc->setCollection(items << blank << late);
+    label->clear();
+    doc->onTxInOuts();
+    ASSERT_EQ(alerts.messages.size(), 1);
+    EXPECT_EQ(alerts.messages[0], QStringLiteral("Send In/Outs stopped at row 3."));
+    EXPECT_EQ(alerts.details[0], QStringLiteral("Send In/Outs stopped at row 3: it has no In time. The 2 cue(s) before it were sent, none from it on."));
+    ASSERT_TRUE(waitUntil([&] { return label->text().startsWith(QStringLiteral("stopped")); }, 5000)); // once the unit has reported
+    EXPECT_EQ(label->text(), QStringLiteral("stopped at row 3: 2 of 4 cues sent"));
+    doc->setCollection(doc->collection().mid(0, 2));
 
     host.unit().setBadPairs(1);
     label->clear();
