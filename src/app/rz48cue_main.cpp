@@ -3,6 +3,7 @@
 // lists what a MIDI file holds.
 #include "common/FilePanels.h"
 #include "common/Program.h"
+#include "cuelist/CueCheck.h"
 #include "cuelist/CueSheet.h"
 #include "cuelist/MidiTrack.h"
 #include "cuelist/PdfImport.h"
@@ -13,6 +14,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -32,9 +34,45 @@ int dump(const QString& path)
         return fail(QStringLiteral("cannot open %1: %2").arg(path, file.errorString()));
     if (file.size() > kMaxMidiBytes)
         return fail(QStringLiteral("%1 has %2 bytes; a MIDI cue track has at most %3").arg(path).arg(file.size()).arg(kMaxMidiBytes));
+    const QByteArray bytes = file.readAll();
+    if (!bytes.startsWith("MThd"))
+        return fail(QStringLiteral("%1 is not a Standard MIDI File: it does not begin with \"MThd\"").arg(path));
     MidiTrack track;
-    track.importListing(file.readAll());
+    track.importListing(bytes);
     return 0;
+}
+
+// A cue sheet, any text with timecodes, or a PDF cue sheet: its cues, and
+// the options its option lines set.
+bool readCues(const QString& in, rz48::cuesheet::Options& options, QList<CueItem>& cues, QString* error)
+{
+    if (QFileInfo(in).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0) {
+        if (rz48::pdf::importPdf(in, cues, error))
+            return true;
+        *error = QStringLiteral("cannot import %1: %2").arg(in, *error);
+        return false;
+    }
+    QString content;
+    if (!rz48::readUtf8File(in, rz48::cuesheet::kMaxSheetBytes, content, error)) {
+        *error = QStringLiteral("cannot read %1: %2").arg(in, *error);
+        return false;
+    }
+    rz48::cuesheet::cueTableFromString(content, options, cues);
+    return true;
+}
+
+int check(const QList<CueItem>& cues, const rz48::cuesheet::Options& options, double streamerSeconds, bool json, bool strict)
+{
+    using namespace rz48::cuecheck;
+    const QList<Finding> findings = checkCueList(cues, options, streamerSeconds);
+    if (json) {
+        std::fputs(findingsJson(findings).constData(), stdout);
+    } else {
+        for (const Finding& f : findings)
+            std::printf("%s\n", qPrintable(findingLine(f)));
+    }
+    std::fprintf(json ? stderr : stdout, "%s\n", qPrintable(summary(findings, int(cues.size()))));
+    return hasErrors(findings) || (strict && !findings.isEmpty()) ? 1 : 0;
 }
 
 } // namespace
@@ -53,8 +91,12 @@ int main(int argc, char** argv)
         "                           cue window does; the options below override them. A MIDI\n"
         "                           track is sorted first, as the window's export does.\n"
         "  rz48cue dump FILE.mid    print the listing of a MIDI file (hex dump, chunks, events).\n"
+        "  rz48cue check IN         the pre-flight check: one line per finding (\"ROW: error|warning:\n"
+        "                           text\", rows from 1, 0 for the whole list), then a summary.\n"
+        "                           --offset gives the streamer duration in seconds.\n"
         "\n"
-        "Exit status: 0 done, 1 a file could not be read or written, 2 wrong usage."));
+        "Exit status: 0 done (check: no error), 1 a file could not be read or written, or the\n"
+        "check found errors, 2 wrong usage, 3 (check) the file cannot be read."));
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("convert or dump"));
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("IN OUT, or FILE.mid"));
     const QCommandLineOption tctype(QStringLiteral("tctype"), QStringLiteral("Timecode type: 0 24 fps, 1 25 fps, 2 30 drop-frame, 3 30 fps."), QStringLiteral("type"));
@@ -72,7 +114,9 @@ int main(int argc, char** argv)
     const Flag pulldown = flag("pulldown", "pull-down (tempo 0.1 % slower)");
     const Flag duplicate = flag("duplicate", "removal of duplicate In times when sorting");
     const Flag midnight = flag("midnight", "the midnight rotation when sorting");
-    parser.addOptions({tctype, start, offset});
+    const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("check: the findings as a JSON array on standard output, the summary on standard error."));
+    const QCommandLineOption strict(QStringLiteral("strict"), QStringLiteral("check: warnings count as errors."));
+    parser.addOptions({tctype, start, offset, json, strict});
     for (const Flag* f : {&text, &cueId, &pulldown, &duplicate, &midnight})
         parser.addOptions({f->on, f->off});
     if (!rz48::parseArguments(parser))
@@ -81,24 +125,32 @@ int main(int argc, char** argv)
     const QStringList args = parser.positionalArguments();
     if (args.size() == 2 && args[0] == QLatin1String("dump"))
         return dump(args[1]);
-    if (args.size() != 3 || args[0] != QLatin1String("convert")) {
+    const bool checking = args.size() == 2 && args[0] == QLatin1String("check");
+    if (!checking && (args.size() != 3 || args[0] != QLatin1String("convert"))) {
         std::fputs(qPrintable(parser.helpText()), stderr);
         return 2;
     }
-    const QString in = args[1], out = args[2];
+    // The options are checked before any file is read.
+    int typeOption = -1;
+    if (parser.isSet(tctype)) {
+        bool ok = false;
+        typeOption = parser.value(tctype).toInt(&ok);
+        if (!ok || typeOption < 0 || typeOption > 3)
+            return fail(QStringLiteral("--tctype takes 0, 1, 2 or 3"), 2);
+    }
+    if (parser.isSet(start) && !TcCalculator().isTc(parser.value(start)))
+        return fail(QStringLiteral("--start takes a timecode HH:MM:SS:FF, not \"%1\"").arg(parser.value(start)), 2);
+    bool offsetOk = false;
+    const double offsetSeconds = parser.value(offset).toDouble(&offsetOk);
+    if (!offsetOk)
+        return fail(QStringLiteral("--offset takes a number of seconds, not \"%1\"").arg(parser.value(offset)), 2);
+    const QString in = args[1];
 
     rz48::cuesheet::Options options;
     QList<CueItem> cues;
     QString error;
-    if (QFileInfo(in).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0) {
-        if (!rz48::pdf::importPdf(in, cues, &error))
-            return fail(QStringLiteral("cannot import %1: %2").arg(in, error));
-    } else {
-        QString content;
-        if (!rz48::readUtf8File(in, rz48::cuesheet::kMaxSheetBytes, content, &error))
-            return fail(QStringLiteral("cannot read %1: %2").arg(in, error));
-        rz48::cuesheet::cueTableFromString(content, options, cues);
-    }
+    if (!readCues(in, options, cues, &error))
+        return fail(error, checking ? 3 : 1);
 
     auto setFlag = [&](const Flag& f, bool& value) {
         if (parser.isSet(f.on))
@@ -111,18 +163,15 @@ int main(int argc, char** argv)
     setFlag(pulldown, options.pulldown);
     setFlag(duplicate, options.duplicate);
     setFlag(midnight, options.midnight);
-    if (parser.isSet(tctype)) {
-        bool ok = false;
-        options.tctype = parser.value(tctype).toInt(&ok);
-        if (!ok || options.tctype < 0 || options.tctype > 3)
-            return fail(QStringLiteral("--tctype takes 0, 1, 2 or 3"), 2);
-    }
+    if (typeOption >= 0)
+        options.tctype = typeOption;
     if (parser.isSet(start))
         options.start = parser.value(start);
-    bool offsetOk = false;
-    const double offsetSeconds = parser.value(offset).toDouble(&offsetOk);
-    if (!offsetOk)
-        return fail(QStringLiteral("--offset takes a number of seconds"), 2);
+    if (checking)
+        return check(cues, options, std::abs(offsetSeconds), parser.isSet(json), parser.isSet(strict));
+    if (options.tctype < 0 || options.tctype > 3)
+        return fail(QStringLiteral("%1: its timecode type %2 is not 0 to 3 (24, 25, 30 drop-frame, 30 fps)").arg(in).arg(options.tctype));
+    const QString out = args[2];
 
     const QString suffix = QFileInfo(out).suffix().toLower();
     QByteArray bytes;

@@ -4,6 +4,7 @@
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
 #include "cuewindow/CueArrayController.h"
+#include "cuewindow/CueCheckPane.h"
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
 #include "link/ComThread.h"
@@ -31,8 +32,6 @@
 #include <QVBoxLayout>
 
 namespace {
-
-constexpr qint64 kMaxSheetBytes = rz48::cuesheet::kMaxSheetBytes;
 
 // Column sort of the table: the raw texts, ignoring case.
 class ArrangedCues : public QSortFilterProxyModel {
@@ -144,6 +143,13 @@ void CueDocument::makeWindowControllers()
     pasteAction->setObjectName(QStringLiteral("menuEditPaste"));
     pasteAction->setShortcut(QKeySequence::Paste);
     layout->addWidget(table_, 1);
+    findings_ = new CueCheckPane(central);
+    layout->addWidget(findings_);
+    connect(findings_, &CueCheckPane::rowChosen, this, [this](int row) {
+        const QModelIndex shown = arranged_->mapFromSource(controller_->index(row - 1, 0));
+        if (shown.isValid())
+            table_->selectRow(shown.row());
+    });
 
     auto* options = new QGridLayout;
     auto box = [&](const char* name, const QString& title, int row, int column) {
@@ -183,6 +189,10 @@ void CueDocument::makeWindowControllers()
     button("buttonRemoveCues", tr("Remove"), &CueDocument::onRemoveCues);
     button("buttonSort", tr("Sort"), &CueDocument::OnSort);
     button("buttonTxInOuts", tr("Send In/Outs"), &CueDocument::onTxInOuts);
+    auto* checkButton = new QPushButton(tr("Check"), central);
+    checkButton->setObjectName(QStringLiteral("buttonCheck"));
+    connect(checkButton, &QPushButton::clicked, this, [this] { onCheck(); });
+    buttons->addWidget(checkButton);
     button("buttonClearText", tr("Clear text"), &CueDocument::onClearText);
     button("buttonExportMidi", tr("Export MIDI..."), &CueDocument::onExportMidi);
     button("buttonImportMidi", tr("Import MIDI..."), &CueDocument::onImportMidi);
@@ -194,24 +204,6 @@ void CueDocument::makeWindowControllers()
     window_->resize(820, 520);
     applyOptions(rz48::cuesheet::Options {});
     setModified(false);
-}
-
-void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document)
-{
-    const std::tuple<const char*, QString, void (CueDocument::*)(), QKeySequence> commands[] = {
-        {"menuFileNew", CueDocument::tr("&New cue list"), &CueDocument::menuFileNew, QKeySequence::New},
-        {"menuFileOpen", CueDocument::tr("&Open cue sheet..."), &CueDocument::menuFileOpen, QKeySequence::Open},
-        {"menuFileSave", CueDocument::tr("&Save cue sheet"), &CueDocument::menuFileSave, QKeySequence::Save},
-        {"menuFileSaveAs", CueDocument::tr("Save cue sheet &as..."), &CueDocument::menuFileSaveAs, QKeySequence::SaveAs},
-    };
-    for (const auto& [name, title, command, keys] : commands) {
-        QAction* action = menu->addAction(title, menu, [document, command = command] {
-            if (CueDocument* d = document())
-                (d->*command)();
-        });
-        action->setObjectName(QLatin1String(name));
-        action->setShortcut(keys);
-    }
 }
 
 void CueDocument::setModified(bool modified)
@@ -333,8 +325,30 @@ void CueDocument::tableViewSelectionDidChange()
         sendCueItemText(collection()[first]);
 }
 
+QList<rz48::cuecheck::Finding> CueDocument::onCheck()
+{
+    const QList<rz48::cuecheck::Finding> findings = rz48::cuecheck::checkCueList(collection(), options(), -offset_);
+    if (findings_)
+        findings_->showFindings(findings, int(collection().size()));
+    return findings;
+}
+
+bool CueDocument::checkedBefore(const QString& action)
+{
+    const QList<rz48::cuecheck::Finding> findings = onCheck();
+    const auto errors = std::count_if(findings.begin(), findings.end(),
+                                      [](const rz48::cuecheck::Finding& f) { return f.severity == rz48::cuecheck::Severity::Error; });
+    if (errors == 0)
+        return true;
+    return rz48::askChoice(tr("The check found %1 error(s) in the cue list (listed under the table). %2 anyway?").arg(errors).arg(action),
+                           {tr("Cancel"), tr("%1 anyway").arg(action)})
+        == 1;
+}
+
 void CueDocument::onTxInOuts()
 {
+    if (!checkedBefore(tr("Send the In/Outs")))
+        return;
     const QStringList commands = rz48::cuesheet::txInOutsCommands(collection(), tcc_);
     for (const QString& command : commands)
         send(command);
@@ -371,7 +385,7 @@ void CueDocument::OnSort()
 
 void CueDocument::onExportMidi()
 {
-    if (collection().isEmpty())
+    if (collection().isEmpty() || !checkedBefore(tr("Export the MIDI file")))
         return;
     OnSort();
     const rz48::cuesheet::Options o = options();
@@ -461,132 +475,4 @@ void CueDocument::paste()
 {
     history_->nameNextStep(tr("Paste"));
     controller_->paste(QGuiApplication::clipboard()->text());
-}
-
-bool CueDocument::saveSheet(const QString& path, QString* error)
-{
-    if (!rz48::writeFileAtomically(path, stringFromCueTable().toUtf8(), error))
-        return false;
-    filePath_ = path;
-    history_->setFilePath(path);
-    history_->markClean();
-    setModified(false);
-    return true;
-}
-
-bool CueDocument::openSheet(const QString& path, QString* error)
-{
-    QString text;
-    if (!rz48::readUtf8File(path, kMaxSheetBytes, text, error))
-        return false;
-    // Open appends: the list keeps its file only when it was empty before.
-    const bool wasEmpty = collection().isEmpty();
-    history_->recordNow();
-    history_->nameNextStep(tr("Open %1").arg(QFileInfo(path).fileName()));
-    controller_->cueTableFromString(text, this);
-    filePath_ = wasEmpty ? path : QString();
-    history_->setFilePath(filePath_);
-    if (wasEmpty) {
-        history_->restart();
-        history_->markClean();
-        setModified(false);
-    } else {
-        history_->recordNow();
-        setModified(true);
-    }
-    return true;
-}
-
-// ---------------------------------------------------------------- the File menu
-
-void CueDocument::menuFileSave()
-{
-    if (filePath_.isEmpty()) {
-        menuFileSaveAs();
-        return;
-    }
-    QString error;
-    if (!saveSheet(filePath_, &error))
-        rz48::showAlert(tr("cannot save %1").arg(filePath_), error);
-}
-
-void CueDocument::menuFileSaveAs()
-{
-    const QString path = rz48::askSavePathWithExtension(tr("Save cue sheet"), QStringLiteral("txt"));
-    if (path.isEmpty())
-        return;
-    QString error;
-    const bool written = saveSheet(path, &error);
-    rz48::diag("status: %d\n", written ? 1 : 0);
-    if (!written)
-        rz48::showAlert(tr("cannot save %1").arg(path), error);
-}
-
-void CueDocument::menuFileOpen()
-{
-    const QString path = rz48::askOpenPathWithExtension(tr("Open cue sheet"), QStringLiteral("txt"),
-                                                        {QStringLiteral("TXT"), QStringLiteral("txt")});
-    if (path.isEmpty())
-        return;
-    QString error;
-    if (!openSheet(path, &error))
-        rz48::showAlert(tr("cannot open %1").arg(path), error);
-    showWindows();
-}
-
-bool CueDocument::settleChanges(const QString& question)
-{
-    if (!isModified())
-        return true;
-    switch (rz48::askSaveChanges(question)) {
-    case rz48::SaveChoice::Discard:
-        CueHistory::discardRecovery();
-        return true;
-    case rz48::SaveChoice::Cancel:
-        return false;
-    case rz48::SaveChoice::Save:
-        menuFileSave();
-        return !isModified(); // still unsaved: stay
-    }
-    return false;
-}
-
-bool CueDocument::mayClose()
-{
-    return settleChanges(tr("The cue list has changes that are not saved. Save them before quitting?"));
-}
-
-void CueDocument::menuFileNew()
-{
-    if (!settleChanges(tr("The cue list has changes that are not saved. Save them before starting a new one?")))
-        return;
-    controller_->setItems({});
-    applyOptions(rz48::cuesheet::Options {});
-    filePath_.clear();
-    history_->setFilePath({});
-    history_->restart();
-    history_->markClean();
-    setModified(false);
-}
-
-void CueDocument::offerRecovery()
-{
-    CueHistory::Recovered recovered;
-    if (CueHistory::readRecovery(recovered)) {
-        const int choice = rz48::askChoice(
-            tr("The cue list had changes that were not saved when the panel last stopped. Restore them?"),
-            {tr("Restore the cue list"), tr("Discard it")});
-        if (choice == 0) {
-            controller_->setItems(recovered.items);
-            for (const QString& line : recovered.options.split(u'\n', Qt::SkipEmptyParts))
-                initValueFromString(line);
-            filePath_ = recovered.savedPath;
-            history_->setFilePath(filePath_);
-            history_->restart();
-            history_->markUnsaved();
-        } else {
-            CueHistory::discardRecovery();
-        }
-    }
-    history_->startRecovery();
 }

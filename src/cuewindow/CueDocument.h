@@ -2,6 +2,7 @@
 // The cue list document and its window beside the panel: the list with its
 // sheet options, the cue transfer to the unit, sorting, the cue sheet file
 // and the MIDI cue track.
+#include "cuelist/CueCheck.h"
 #include "cuelist/CueItem.h"
 #include "cuelist/CueSheet.h"
 #include "cuelist/MidiTrack.h"
@@ -15,6 +16,7 @@
 
 class ComThread;
 class CueArrayController;
+class CueCheckPane;
 class CueHistory;
 class CueTableView;
 class QCheckBox;
@@ -56,6 +58,8 @@ public:
     void sendCueItemText(const CueItem& item);
     void tableViewSelectionDidChange();
     void onTxInOuts();
+    // The pre-flight check of the list, shown under the table; its findings.
+    QList<rz48::cuecheck::Finding> onCheck();
     void onClearText();
     void OnSort();
     void onExportMidi();
@@ -108,6 +112,8 @@ signals:
 private:
     void send(const QString& command);
     void showTitle();
+    // Runs the check before `action`; false when it found errors and the operator stays.
+    bool checkedBefore(const QString& action);
     // Unsaved changes are saved or discarded: false when the operator stays.
     bool settleChanges(const QString& question);
 
@@ -123,6 +129,7 @@ private:
 
     QPointer<QMainWindow> window_;
     CueTableView* table_ = nullptr;
+    CueCheckPane* findings_ = nullptr;
     QCheckBox* checkBoxDuplicate = nullptr;
     QCheckBox* checkBoxMidnightCalc = nullptr;
     QCheckBox* checkBoxExportText = nullptr;

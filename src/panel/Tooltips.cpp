@@ -134,11 +134,13 @@ const Tip kTips[] = {
     {"buttonAddCue", "Add an empty cue at the end"},
     {"buttonRemoveCues", "Remove the selected cues"},
     {"buttonSort", "Sort by In time (removing duplicates and across midnight as ticked)"},
-    {"buttonTxInOuts", "Send every cue's In and Out time to the unit"},
+    {"buttonTxInOuts", "Check the list, then send every cue's In and Out time to the unit"},
+    {"buttonCheck", "Check the list: what the unit and the MIDI file will do with it, row by row"},
+    {"listFindings", "What the check found; choose a line to select its cue"},
     {"buttonClearText", "Clear the text lines on the unit"},
-    {"buttonExportMidi", "Sort, then write the list as a MIDI cue track (.mid)"},
+    {"buttonExportMidi", "Check and sort, then write the list as a MIDI cue track (.mid)"},
     {"buttonImportMidi", "Print the listing of a MIDI file on standard output"},
-    {"buttonClearAll", "Remove every cue"},
+    {"buttonClearAll", "Remove every cue (Edit > Undo brings them back)"},
 };
 // clang-format on
 

@@ -18,6 +18,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QProcess>
 #include <QTest>
 #include <QUndoStack>
@@ -94,6 +95,14 @@ TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
     late.cueIn = QStringLiteral("01003000");
     doc->setCollection(items << blank << late);
     label->clear();
+    doc->onTxInOuts(); // the check finds the error first: cancelled, nothing sent
+    ASSERT_EQ(alerts.questions.size(), 1);
+    EXPECT_EQ(alerts.questions[0], QStringLiteral("The check found 1 error(s) in the cue list (listed under the table). Send the In/Outs anyway?"));
+    EXPECT_TRUE(cueControl<QListWidget>("listFindings")->item(0)->text().startsWith(QStringLiteral("3: error: no In time")));
+    EXPECT_TRUE(alerts.messages.isEmpty());
+    cueControl<QListWidget>("listFindings")->setCurrentRow(0); // the finding selects its cue
+    EXPECT_EQ(doc->tableView()->selectionModel()->selectedRows().value(0).row(), 2);
+    alerts.choice = 1; // send anyway
     doc->onTxInOuts();
     ASSERT_EQ(alerts.messages.size(), 1);
     EXPECT_EQ(alerts.messages[0], QStringLiteral("Send In/Outs stopped at row 3."));
