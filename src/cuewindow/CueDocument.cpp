@@ -209,6 +209,8 @@ void CueDocument::makeWindowControllers()
 void CueDocument::setModified(bool modified)
 {
     modified_ = modified;
+    if (modified)
+        history_->touch();
     showTitle();
 }
 

@@ -95,7 +95,10 @@ CueHistory::CueHistory(CueArrayController* model, std::function<QString()> optio
     connect(model, &QAbstractItemModel::rowsRemoved, this, &CueHistory::schedule);
     connect(model, &QAbstractItemModel::modelReset, this, &CueHistory::schedule);
     connect(stack_, &QUndoStack::cleanChanged, this, &CueHistory::cleanChanged);
-    connect(stack_, &QUndoStack::indexChanged, this, &CueHistory::writeRecovery);
+    connect(stack_, &QUndoStack::indexChanged, this, [this] {
+        recoveryDirty_ = true;
+        writeRecovery();
+    });
     recoveryTimer_->setInterval(kRecoveryEveryMs);
     connect(recoveryTimer_, &QTimer::timeout, this, &CueHistory::writeRecovery);
 }
@@ -116,6 +119,7 @@ void CueHistory::markUnsaved()
 void CueHistory::schedule()
 {
     // The rows one action removes or adds one by one make one step.
+    recoveryDirty_ = true;
     if (applying_ || scheduled_)
         return;
     scheduled_ = true;
@@ -190,8 +194,12 @@ void CueHistory::writeRecovery()
         return;
     if (stack_->isClean()) {
         discardRecovery(); // back to the saved list
+        recoveryDirty_ = true;
         return;
     }
+    if (!recoveryDirty_)
+        return;
+    recoveryDirty_ = false;
     QDir().mkpath(QFileInfo(recoveryPath()).path());
     // The companions first: a recovery file is never without them.
     rz48::writeFileAtomically(pathFile(), filePath_.toUtf8());

@@ -49,6 +49,8 @@ public:
     // False when there is none (or it cannot be read).
     static bool readRecovery(Recovered& recovered);
     static void discardRecovery();
+    // Something the recovery file holds changed (an option, say): written with the next turn.
+    void touch() { recoveryDirty_ = true; }
     // The list's own file, kept in the recovery file's companion.
     void setFilePath(const QString& path) { filePath_ = path; }
 
@@ -69,5 +71,6 @@ private:
     QString filePath_;
     bool scheduled_ = false;
     bool recovering_ = false;
+    bool recoveryDirty_ = true; // the recovery file is written only when it would change
     bool applying_ = false;
 };
