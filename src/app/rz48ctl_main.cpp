@@ -11,7 +11,6 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <cstdio>
@@ -41,12 +40,6 @@ constexpr const char* kDescription =
     "transfer failed, 2 wrong usage, 3 no unit found or the port could not be opened.";
 
 constexpr qint64 kMaxSetupBytes = 1024 * 1024;
-
-int usageError(const QString& message)
-{
-    std::fprintf(stderr, "rz48ctl: %s (rz48ctl --help tells how to use it)\n", qPrintable(message));
-    return 2;
-}
 
 int fail(const QString& message, int code = 1)
 {
@@ -144,7 +137,8 @@ int run(UnitSession& session, const QString& command, const QStringList& args)
         QString error;
         if (!rz48::writeFileAtomically(args[0], rz48::setup::formatSetup(captured.setup), &error))
             return fail(QStringLiteral("cannot write %1: %2").arg(args[0], error));
-        const QStringList missing = captured.missing.filter(QRegularExpression(QStringLiteral("[^M]")));
+        QStringList missing = captured.missing;
+        missing.removeAll(QStringLiteral("M")); // a bare "M" may go unanswered: the file says so
         return missing.isEmpty() ? 0 : fail(QStringLiteral("no report for %1: left out of %2").arg(missing.join(QStringLiteral(", ")), args[0]));
     }
     if (command == QLatin1String("apply") || command == QLatin1String("diff")) {
@@ -182,12 +176,12 @@ int main(int argc, char** argv)
     parser.addOptions({port, devDir, simulate});
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("ports, get, send, save, apply, diff, send-cues or trigger"));
     if (!rz48::parseArguments(parser))
-        return usageError(parser.errorText());
+        return rz48::usageError(parser.errorText());
 
     // The whole command line is checked before any port is opened.
     const QStringList positional = parser.positionalArguments();
     if (positional.isEmpty())
-        return usageError(QStringLiteral("no command"));
+        return rz48::usageError(QStringLiteral("no command"));
     const QString command = positional.first();
     const QStringList args = positional.mid(1);
     const std::map<QString, std::pair<int, int>> arity {
@@ -197,18 +191,18 @@ int main(int argc, char** argv)
     };
     const auto known = arity.find(command);
     if (known == arity.end())
-        return usageError(QStringLiteral("unknown command %1").arg(command));
+        return rz48::usageError(QStringLiteral("unknown command %1").arg(command));
     if (args.size() < known->second.first || args.size() > known->second.second)
-        return usageError(QStringLiteral("wrong number of arguments for %1").arg(command));
+        return rz48::usageError(QStringLiteral("wrong number of arguments for %1").arg(command));
     if (command == QLatin1String("trigger") && !triggerNotes().count(args[0]))
-        return usageError(QStringLiteral("no trigger %1 (streamer0..streamer3, accum, punch0..punch3)").arg(args[0]));
+        return rz48::usageError(QStringLiteral("no trigger %1 (streamer0..streamer3, accum, punch0..punch3)").arg(args[0]));
     if (command == QLatin1String("get")) {
         for (const QChar letter : args.value(0))
             if (!QByteArray(rz48::setup::kLetters).contains(char(letter.toLatin1())) || letter.unicode() > 0x7F)
-                return usageError(QStringLiteral("%1 is not a setup letter (%2)").arg(letter).arg(QLatin1String(rz48::setup::kLetters)));
+                return rz48::usageError(QStringLiteral("%1 is not a setup letter (%2)").arg(letter).arg(QLatin1String(rz48::setup::kLetters)));
     }
     if (parser.isSet(simulate) && (parser.isSet(port) || parser.isSet(devDir)))
-        return usageError(QStringLiteral("--simulate talks to the emulated unit: no --port or --dev-dir with it"));
+        return rz48::usageError(QStringLiteral("--simulate talks to the emulated unit: no --port or --dev-dir with it"));
 
     QString directory = parser.value(devDir);
     std::unique_ptr<emu::PtyHost> host;

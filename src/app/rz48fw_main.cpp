@@ -24,18 +24,12 @@ constexpr const char* kDescription =
     "\n"
     "Exit status: 0 good, 1 refused, 2 wrong usage, 3 the file cannot be read.";
 
-int usageError(const QString& message)
-{
-    std::fprintf(stderr, "rz48fw: %s (rz48fw --help tells how to use it)\n", qPrintable(message));
-    return 2;
-}
-
 int check(const QString& path)
 {
     using namespace rz48::update;
     const FirmwareKind kind = firmwareKindOf(path);
     if (kind == FirmwareKind::Unknown)
-        return usageError(QStringLiteral("%1: the kind of file is told by its extension, .s19 or .mcs").arg(path));
+        return rz48::usageError(QStringLiteral("%1: the kind of file is told by its extension, .s19 or .mcs").arg(path));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         std::fprintf(stderr, "rz48fw: cannot read %s: %s\n", qPrintable(path), qPrintable(file.errorString()));
@@ -68,13 +62,13 @@ int main(int argc, char** argv)
     parser.addPositionalArgument(QStringLiteral("check"), QStringLiteral("The command."));
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The update file, .s19 or .mcs."));
     if (!rz48::parseArguments(parser))
-        return usageError(parser.errorText());
+        return rz48::usageError(parser.errorText());
     const QStringList arguments = parser.positionalArguments();
     if (arguments.isEmpty())
-        return usageError(QStringLiteral("no command"));
+        return rz48::usageError(QStringLiteral("no command"));
     if (arguments.first() != QLatin1String("check"))
-        return usageError(QStringLiteral("unknown command %1").arg(arguments.first()));
+        return rz48::usageError(QStringLiteral("unknown command %1").arg(arguments.first()));
     if (arguments.size() != 2)
-        return usageError(QStringLiteral("check takes one file"));
+        return rz48::usageError(QStringLiteral("check takes one file"));
     return check(arguments[1]);
 }

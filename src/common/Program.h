@@ -5,6 +5,8 @@
 #include <QCoreApplication>
 #include <QString>
 
+#include <cstdio>
+
 namespace rz48 {
 
 inline void nameProgram(const char* name)
@@ -33,6 +35,14 @@ inline bool parseArguments(QCommandLineParser& parser)
     if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();
     return true;
+}
+
+// A command line the program cannot take: said on standard error; exit status 2.
+inline int usageError(const QString& message)
+{
+    const QByteArray name = QCoreApplication::applicationName().toLocal8Bit();
+    std::fprintf(stderr, "%s: %s (%s --help tells how to use it)\n", name.constData(), qPrintable(message), name.constData());
+    return 2;
 }
 
 } // namespace rz48

@@ -1,6 +1,7 @@
 #include "cuelist/CueCheck.h"
 
 #include "timecode/TCFormatter.h"
+#include "timecode/TcCalculator.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -19,11 +20,6 @@ constexpr int64_t kLargestDelta = 0x0FFFFFFF; // the largest delta a MIDI file h
 constexpr int kTextSent = 251;             // a command line is cut to this
 constexpr int kTextInMidi = 215;           // "s " and this much of the text go in the MIDI file
 constexpr int64_t kMidnightJumpHours = 13;
-
-int framesPerSecond(int type)
-{
-    return type == 0 ? 24 : type == 1 ? 25 : 30;
-}
 
 // Ticks of one frame in the MIDI export (a second is 19,200 ticks at 25 and 30 fps, 800 a frame at 24).
 int64_t ticksPerFrame(int type)
@@ -47,14 +43,12 @@ Time readTime(const QString& stored, int type)
     const QRegularExpressionMatch m = form.match(shown);
     if (!m.hasMatch())
         return {};
-    const int h = m.captured(1).toInt(), mi = m.captured(2).toInt(), s = m.captured(3).toInt(), f = m.captured(4).toInt();
-    const int fps = framesPerSecond(type);
-    if (h > 23 || mi > 59 || s > 59 || f >= fps)
+    if (m.captured(1).toInt() > 23 || m.captured(2).toInt() > 59 || m.captured(3).toInt() > 59
+        || m.captured(4).toInt() >= TcCalculator::framesPerSecond(type))
         return {};
-    int64_t frames = (int64_t(h) * 3600 + mi * 60 + s) * fps + f;
-    if (type == 2) // drop-frame: two frame numbers dropped each minute but every tenth
-        frames -= 108 * h + 18 * (mi / 10) + 2 * (mi % 10);
-    return {false, frames};
+    QString colons = shown;
+    colons[8] = u':';
+    return {false, TcCalculator().tcToBinary(colons, type)};
 }
 
 QString timeText(const QString& stored)
@@ -73,7 +67,7 @@ QList<Finding> checkCueList(const QList<CueItem>& items, const rz48::cuesheet::O
         add(0, Severity::Error, QStringLiteral("timecode type %1 is not one of 0 to 3 (24, 25, 30 drop-frame, 30 fps)").arg(type));
         type = 3;
     }
-    const int fps = framesPerSecond(type);
+    const int fps = TcCalculator::framesPerSecond(type);
     const int64_t streamerFrames = int64_t(std::max(0.0, streamerSeconds) * fps);
 
     struct Cue {

@@ -57,13 +57,11 @@ void SetupController::record(const QString& line)
 
 void SetupController::connected()
 {
-    const bool wasBusy = busy();
+    // The start-up queries ask; what comes back from now on is the connection's setup.
     pending_ = std::make_unique<Done>([this](const rz48::setup::Setup& setup, const QStringList&) { connectionSetup_ = setup; });
     askedAt_ = sequence_;
-    sendQueries_ = false; // the start-up queries ask
     ticks_ = quietTicks_ = 0;
-    if (!wasBusy || !timer_->isActive())
-        timer_->start();
+    timer_->start();
 }
 
 void SetupController::capture(Done done)

@@ -68,7 +68,6 @@ private:
     quint64 askedAt_ = 0;
     int quietTicks_ = 0;
     int ticks_ = 0;
-    bool sendQueries_ = false;
     std::unique_ptr<Done> pending_;
     rz48::setup::Setup connectionSetup_;
 };

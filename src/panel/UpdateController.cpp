@@ -4,17 +4,13 @@
 #include "codecs/VersionCheck.h"
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
-#include "common/FilePanels.h"
 #include "link/ComThread.h"
 #include "codecs/ReportRouter.h"
-#include "update/FirmwareCheck.h"
 #include "update/FirmwareUpdateThread.h"
 #include "update/MicroUpdateThread.h"
 #include "update/SRecord.h"
 #include "update/UpdateImages.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QLabel>
 #include <QProgressBar>
 #include <QTimer>
@@ -22,7 +18,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <unistd.h>
 
 namespace {
 
@@ -31,6 +26,8 @@ constexpr int kQuietBeforeQueries = 1500; // ms
 constexpr int kSettingsPollMs = 50;
 constexpr int kSettingsWaitMs = 2000;     // for the "k" and "j" answers before a microcontroller update
 constexpr int kVersionWaitMs = 15000;     // for the unit's version after a good update
+constexpr int kSentWaitTurnMs = 2;        // while the FPGA update's commands go out
+constexpr int kSentWaitTurns = 100;
 
 } // namespace
 
@@ -171,101 +168,6 @@ void UpdateController::timer_service()
 }
 
 // ---------------------------------------------------------------- updates
-
-QByteArray UpdateController::loaderForUpdate()
-{
-    QString error;
-    QByteArray loader;
-    if (options_.simulated && options_.loaderPath.isEmpty()) {
-        loader = options_.simulatedLoader;
-    } else {
-        const QStringList paths = options_.loaderPath.isEmpty() ? rz48::update::defaultLoaderPaths() : QStringList {options_.loaderPath};
-        QStringList reasons;
-        for (const QString& path : paths) {
-            loader = rz48::update::readLoaderImage(path, &error);
-            if (!loader.isEmpty())
-                break;
-            reasons << error;
-        }
-        if (loader.isEmpty()) {
-            rz48::showAlert(tr("The microcontroller cannot be updated without the unit's loader image."),
-                            tr("Place the %1-byte loader image at %2, or name it with --loader FILE.\n%3")
-                                .arg(rz48::update::kLoaderSize)
-                                .arg(paths.value(0), reasons.join(u'\n')));
-            return {};
-        }
-    }
-    if (loader.size() != rz48::update::kLoaderSize) {
-        rz48::showAlert(tr("The microcontroller cannot be updated without the unit's loader image."),
-                        tr("The loader image has %1 bytes; it must have %2.").arg(loader.size()).arg(rz48::update::kLoaderSize));
-        return {};
-    }
-    if (rz48::update::isTestLoader(loader) && !options_.simulated) {
-        rz48::showAlert(tr("That loader image is the emulated unit's test loader."),
-                        tr("It would leave a real unit without a working program; nothing was sent."));
-        return {};
-    }
-    return loader;
-}
-
-bool UpdateController::mayStart()
-{
-    if (updating_) {
-        rz48::showAlert(tr("An update is already running."), tr("One update at a time: wait for this one to end."));
-        return false;
-    }
-    if (!comThread_ || comThread_->fd() < 0) {
-        rz48::showAlert(tr("No unit is connected: there is nothing to update."),
-                        tr("Connect the unit (Unit > Reconnect looks for it again), then start the update."));
-        return false;
-    }
-    return true;
-}
-
-QByteArray UpdateController::askForFile(Kind kind)
-{
-    if (showTab_)
-        showTab_();
-    if (makeRoom_)
-        makeRoom_();
-    const bool micro = kind == Kind::Micro;
-    const QString path = micro ? rz48::askOpenPathWithExtension(tr("Microcontroller program"), QStringLiteral("s19"),
-                                                                {QStringLiteral("s19"), QStringLiteral("S19")})
-                               : rz48::askOpenPathWithExtension(tr("FPGA configuration"), QStringLiteral("mcs"),
-                                                                {QStringLiteral("MCS"), QStringLiteral("mcs")});
-    return path.isEmpty() ? QByteArray() : checkedFile(path, kind);
-}
-
-QByteArray UpdateController::checkedFile(const QString& path, Kind kind)
-{
-    QFile file(path);
-    const qint64 limit = (kind == Kind::Micro ? 16 : 64) * 1024 * 1024;
-    QByteArray bytes;
-    const bool opened = file.open(QIODevice::ReadOnly) && file.size() <= limit;
-    if (opened)
-        bytes = file.readAll();
-    if (!opened || file.error() != QFileDevice::NoError) {
-        if (kind == Kind::Micro)
-            rz48::showAlert(QStringLiteral("problem opening file, try again"));
-        else
-            rz48::showAlert(tr("cannot read %1").arg(path), file.error() != QFileDevice::NoError ? file.errorString() : tr("the file is larger than 64 MiB"));
-        return {};
-    }
-    const rz48::update::FirmwareCheck check = kind == Kind::Micro ? rz48::update::checkMicroProgram(bytes)
-                                                                  : rz48::update::checkFpgaConfiguration(bytes);
-    if (!check.ok) {
-        rz48::showAlert(tr("%1 was refused: nothing was sent to the unit.").arg(QFileInfo(path).fileName()),
-                        tr("Line %1: %2").arg(check.line).arg(check.why));
-        return {};
-    }
-    rz48::diag("%s: %s\n", qPrintable(path), qPrintable(check.verdict()));
-    fileWarnings_.clear();
-    for (const QString& warning : check.warnings) {
-        rz48::diag("%s: line %s\n", qPrintable(path), qPrintable(warning));
-        fileWarnings_ << tr("Line %1").arg(warning);
-    }
-    return bytes;
-}
 
 void UpdateController::setUpdating(bool updating)
 {
@@ -422,14 +324,28 @@ void UpdateController::startFpga(const QByteArray& bytes)
     firmware_->setFd(comThread_->fd());
     firmware_->setArray(QString::fromLatin1(bytes).split(u'\n')); // checked: nothing but records
     comThread_->sendString(QStringLiteral("d 1"));
-    // The commands go out with the link thread's next turns: give them that.
-    for (int i = 0; i < 100 && comThread_->txCount() > 0; ++i)
-        ::usleep(2000);
-    ::usleep(10000);
-    comThread_->stopThread();
-    comThread_->setBaud(230400);
-    if (firmware_->startThread(this) != 0)
-        threadUpdateComplete({QStringLiteral("the update could not start: the unit's port is not open"), 0});
+    whenSent(kSentWaitTurns, [this] {
+        comThread_->stopThread();
+        comThread_->setBaud(230400);
+        if (firmware_->startThread(this) != 0)
+            threadUpdateComplete({QStringLiteral("the update could not start: the unit's port is not open"), 0});
+    });
+}
+
+void UpdateController::whenSent(int turnsLeft, std::function<void()> then)
+{
+    // The commands go out with the link thread's next turns; the window
+    // goes on meanwhile. Then the unit is given its 10 ms.
+    if (!updating_ || !comThread_)
+        return; // stopped meanwhile
+    if (comThread_->txCount() > 0 && turnsLeft > 0) {
+        QTimer::singleShot(kSentWaitTurnMs, this, [this, turnsLeft, then = std::move(then)]() mutable { whenSent(turnsLeft - 1, std::move(then)); });
+        return;
+    }
+    QTimer::singleShot(10, this, [this, then = std::move(then)] {
+        if (updating_ && comThread_)
+            then();
+    });
 }
 
 void UpdateController::showProgress(const Progress& progress)

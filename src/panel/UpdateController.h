@@ -98,6 +98,8 @@ private:
     void saveSetupThen(std::function<void()> next);
     void askForSettings();
     void startFpga(const QByteArray& bytes);
+    // Runs `then` once the link has sent what is queued (or after `turnsLeft` short waits), unless stopped.
+    void whenSent(int turnsLeft, std::function<void()> then);
     // The update's end, in an alert: what happened, what to do, the settings.
     void endAlert(const QString& message, bool versionReported = false);
     void showProgress(const Progress& progress);
