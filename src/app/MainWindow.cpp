@@ -5,6 +5,7 @@
 #include "link/ComThread.h"
 #include "panel/ConnectionController.h"
 #include "panel/MainTab.h"
+#include "panel/OutputController.h"
 #include "panel/SetupController.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
@@ -81,6 +82,12 @@ void MainWindow::addPanelMenus()
     QAction* cueList = windows->addAction(tr("&Cue list"), this, cues(&CueDocument::showWindows));
     cueList->setObjectName(QStringLiteral("menuWindowCueList"));
     cueList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_L));
+    QAction* output = windows->addAction(tr("Unit &output"), this, [this] {
+        CueDocument* cues = view_->cueDocument();
+        view_->outputs()->showWindow(cues ? cues->options().tctype : 1);
+    });
+    output->setObjectName(QStringLiteral("menuWindowUnitOutput"));
+    output->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
 
     QMenu* unit = menuBar()->addMenu(tr("&Unit"));
     unit->setObjectName(QStringLiteral("menuUnit"));

@@ -1,5 +1,7 @@
 #include "emulator/EmulatedUnit.h"
 
+#include "emulator/UnitTimecode.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -7,6 +9,8 @@
 namespace emu {
 namespace {
 
+constexpr size_t kRecentTriggers = 64; // enough for every element still on the picture
+constexpr size_t kMaxCues = 100000;
 constexpr size_t kMaxLine = 1024; // the unit's line buffer; longer input is dropped
 constexpr auto kTransferIdle = std::chrono::milliseconds(500);
 const std::string kEnd = "\r\n>";
@@ -75,6 +79,9 @@ std::string EmulatedUnit::receive(std::string_view bytes, Clock::time_point now)
                 if (input_.size() - pos < 3)
                     break;
                 triggers_.push_back(static_cast<uint8_t>(input_[pos + 1]));
+                if (recentTriggers_.size() >= kRecentTriggers)
+                    recentTriggers_.erase(recentTriggers_.begin());
+                recentTriggers_.push_back({static_cast<uint8_t>(input_[pos + 1]), ticksOfClock(now)});
                 pos += 3;
                 continue;
             }
@@ -168,11 +175,14 @@ std::string EmulatedUnit::handleLine(const std::string& line, Clock::time_point 
         return answer(body);
     }
     if (letter == 'h') {
+        cueIns_.clear(); // a transfer replaces the cue list
         transferOpen_ = true;
         transferLast_ = now;
         return answer("");
     }
     if (letter == 'f') {
+        if (cueIns_.size() < kMaxCues)
+            cueIns_.push_back(rest.substr(0, rest.find(' ')));
         if (transferOpen_)
             transferLast_ = now;
         return answer("f");
@@ -186,8 +196,10 @@ std::string EmulatedUnit::handleLine(const std::string& line, Clock::time_point 
         batch_.clear();
         return {};
     }
-    if (letter == 's' || letter == 'V')
+    if (letter == 's' || letter == 'V') {
+        text_ = rest;
         return answer(std::string(1, letter));
+    }
     if (letter == 'N')
         return answer("# HDMI timing 1920x1080 148.5 MHz" + std::string(rest == "1" ? " extended" : ""));
 
@@ -456,6 +468,33 @@ bool EmulatedUnit::waitForTriggers(size_t n, std::chrono::milliseconds timeout) 
 {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, timeout, [&] { return triggers_.size() >= n; });
+}
+
+} // namespace emu
+
+namespace emu {
+
+OutputState EmulatedUnit::outputState() const
+{
+    std::lock_guard lock(mutex_);
+    OutputState state;
+    auto copy = [this](char letter, auto& into) {
+        const std::vector<int64_t>& values = settings_.at(letter).values;
+        for (size_t i = 0; i < into.size() && i < values.size(); ++i)
+            into[i] = values[i];
+    };
+    copy('C', state.streamer);
+    copy('E', state.punch);
+    copy('U', state.annunciator);
+    copy('t', state.annunciatorColors);
+    copy('m', state.timecodeWindow);
+    copy('r', state.textLines);
+    state.reference = settings_.at('A').values.at(0);
+    state.barsAndGray = settings_.at('G').values.at(0);
+    state.text = text_;
+    state.triggers = recentTriggers_;
+    state.cueIns = cueIns_;
+    return state;
 }
 
 } // namespace emu

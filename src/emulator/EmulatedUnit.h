@@ -4,6 +4,8 @@
 // query and setting with its report followed by CR LF and the prompt ">",
 // records MIDI note triggers, runs the cue transfer handshake, and can be told
 // to misbehave. Thread-safe: the host's thread feeds it while tests look on.
+#include "emulator/OutputModel.h"
+
 #include <array>
 #include <chrono>
 #include <condition_variable>
@@ -83,6 +85,10 @@ public:
     std::array<uint8_t, kSettingsSize> settingsArea() const;
     void setSettingsArea(const std::array<uint8_t, kSettingsSize>& area);
 
+    // What shows on the picture: the settings, the text, the recent
+    // triggers with the moment they came, the last cue transfer's In times.
+    OutputState outputState() const;
+
     // Waits until at least n commands (or triggers) were received.
     bool waitForCommands(size_t n, std::chrono::milliseconds timeout) const;
     bool waitForTriggers(size_t n, std::chrono::milliseconds timeout) const;
@@ -111,6 +117,9 @@ private:
     std::string version_ = "3.32.6";
     std::vector<std::string> commands_;
     std::vector<uint8_t> triggers_;
+    std::vector<OutputState::Trigger> recentTriggers_;
+    std::vector<std::string> cueIns_;
+    std::string text_;
     int probes_ = 0;
     int probeAnswerOn_ = 1;
     std::string probeAnswer_ = "B RZ-48 C190 emulated unit";

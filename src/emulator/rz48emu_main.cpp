@@ -1,13 +1,22 @@
 // rz48-emu: runs the emulated RZ-48 on a pseudo-terminal, prints the port's
-// path and logs everything the unit receives, until interrupted.
+// path and logs everything the unit receives, until interrupted; or, with
+// "render", draws one frame of the unit's output for a setup, a cue sheet and
+// a timecode.
+#include "emulator/OutputRenderer.h"
 #include "emulator/PtyHost.h"
+#include "emulator/UnitTimecode.h"
+
+#include <QGuiApplication>
+#include <QSaveFile>
 
 #include <csignal>
 #include <filesystem>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
+#include <vector>
 #include <unistd.h>
 
 namespace {
@@ -23,6 +32,7 @@ void usage(FILE* out)
 {
     std::fputs(
         "Usage: rz48-emu [options]\n"
+        "       rz48-emu render --setup FILE [--cues SHEET] --at HH:MM:SS:FF -o FRAME.png\n"
         "Runs an emulated RZ-48 video overlay unit on a pseudo-terminal and publishes it\n"
         "as a symbolic link that the panel finds like a USB serial adapter.\n"
         "\n"
@@ -40,8 +50,129 @@ void usage(FILE* out)
         "  --version        the program's version\n"
         "  --help           this text\n"
         "\n"
+        "render draws the unit's 1920 x 1080 output at a timecode as a PNG: the settings of a\n"
+        "setup file (as the panel and rz48ctl save them), the cues of a cue sheet (their\n"
+        "streamers end on their In times) at the sheet's timecode type (;tctype, default 1:\n"
+        "25 frames a second; --tctype N sets it: 0 24, 1 25, 2 29.97 drop-frame, 3 30).\n"
+        "\n"
         "Exit status: 0 stopped by a signal, 1 the pseudo-terminal could not be made, 2 wrong usage.\n",
         out);
+}
+
+bool readLines(const std::string& path, std::vector<std::string>& lines)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return false;
+    for (std::string line; std::getline(in, line);) {
+        while (!line.empty() && (line.back() == '\r' || line.back() == '\n'))
+            line.pop_back();
+        lines.push_back(line);
+    }
+    return !in.bad();
+}
+
+// The first timecode in a sheet line at or after `from`, as the sheet reader
+// finds it: HH (00 to 23) : MM : SS, then ':' or ';' and FF.
+size_t findTimecode(const std::string& line, size_t from)
+{
+    auto digit = [&](size_t i, char low, char high) { return line[i] >= low && line[i] <= high; };
+    for (size_t i = from; i + 11 <= line.size(); ++i) {
+        const bool hours = (digit(i, '0', '1') && digit(i + 1, '0', '9')) || (line[i] == '2' && digit(i + 1, '0', '3'));
+        if (hours && line[i + 2] == ':' && digit(i + 3, '0', '5') && digit(i + 4, '0', '9') && line[i + 5] == ':'
+            && digit(i + 6, '0', '5') && digit(i + 7, '0', '9') && (line[i + 8] == ':' || line[i + 8] == ';')
+            && digit(i + 9, '0', '2') && digit(i + 10, '0', '9'))
+            return i;
+    }
+    return std::string::npos;
+}
+
+int fail(int status, const std::string& message)
+{
+    std::fprintf(stderr, "rz48-emu: %s\n", message.c_str());
+    return status;
+}
+
+// rz48-emu render: the setup's command lines and the sheet's cue pairs go to
+// an emulated unit as the panel would send them; its output is drawn.
+int renderMain(int argc, char** argv)
+{
+    std::string setupPath, sheetPath, at, outPath;
+    int type = -1;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (i + 1 >= argc)
+            return fail(2, arg + " needs a value (see rz48-emu --help)");
+        const std::string value = argv[++i];
+        if (arg == "--setup")
+            setupPath = value;
+        else if (arg == "--cues")
+            sheetPath = value;
+        else if (arg == "--at")
+            at = value;
+        else if (arg == "-o" || arg == "--output")
+            outPath = value;
+        else if (arg == "--tctype" && value.size() == 1 && value[0] >= '0' && value[0] <= '3')
+            type = value[0] - '0';
+        else
+            return fail(2, "render: unknown option or value: " + arg + " " + value);
+    }
+    if (setupPath.empty() || at.empty() || outPath.empty())
+        return fail(2, "render needs --setup FILE, --at HH:MM:SS:FF and -o FRAME.png");
+
+    emu::EmulatedUnit unit;
+    const auto now = emu::Clock::now();
+    std::vector<std::string> lines;
+    if (!readLines(setupPath, lines))
+        return fail(1, "cannot read " + setupPath + ": " + std::strerror(errno));
+    int number = 0;
+    for (const std::string& line : lines) {
+        ++number;
+        if (line.empty() || line[0] == '#')
+            continue;
+        if (line.size() < 3 || line[1] != ' ' || !std::strchr("ACEGHJMQUXYmnrt", line[0]))
+            return fail(1, setupPath + ":" + std::to_string(number) + ": not a setting command: " + line);
+        unit.receive(line + "\r\n", now);
+    }
+
+    int sheetType = 1;
+    if (!sheetPath.empty()) {
+        lines.clear();
+        if (!readLines(sheetPath, lines))
+            return fail(1, "cannot read " + sheetPath + ": " + std::strerror(errno));
+        unit.receive("h 0\r\n", now);
+        for (const std::string& line : lines) {
+            if (line.rfind(";tctype\t", 0) == 0) {
+                const int value = std::atoi(line.c_str() + 8);
+                if (value < 0 || value > 3)
+                    return fail(1, sheetPath + ": timecode type " + line.substr(8) + " is not 0 to 3");
+                sheetType = value;
+                continue;
+            }
+            const size_t in = line[0] == ';' ? std::string::npos : findTimecode(line, 0);
+            if (in == std::string::npos)
+                continue;
+            const size_t out = findTimecode(line, in + 11);
+            const bool outFollows = out != std::string::npos && line.find_first_not_of(" \t", in + 11) == out;
+            unit.receive("f " + line.substr(in, 11) + " " + (outFollows ? line.substr(out, 11) : std::string()) + "\r\n", now);
+        }
+    }
+    if (type < 0)
+        type = sheetType;
+    int64_t frame = 0;
+    if (!emu::parseLabel(at, type, &frame))
+        return fail(2, "--at " + at + " is not a timecode of type " + std::to_string(type));
+
+    if (!std::getenv("QT_QPA_PLATFORM"))
+        ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    int qtArgc = 1;
+    QGuiApplication app(qtArgc, argv);
+    emu::OutputRenderer renderer;
+    const QImage image = renderer.render(emu::composeFrame(unit.outputState(), type, frame, 0));
+    QSaveFile file(QString::fromLocal8Bit(outPath.c_str()));
+    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
+        return fail(1, "cannot write " + outPath + ": " + file.errorString().toStdString());
+    return 0;
 }
 
 std::string defaultDirectory()
@@ -55,6 +186,8 @@ std::string defaultDirectory()
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::strcmp(argv[1], "render") == 0)
+        return renderMain(argc - 1, argv + 1);
     std::string dir = defaultDirectory();
     std::string name = "tty.usbserial-EMU";
     emu::PtyHost host;

@@ -298,6 +298,8 @@ void ComThread::enqueue(MsgClass message)
 {
     if (port_->fd == -1 || !worker_.isRunning())
         return; // not connected: dropped silently
+    if (sendTap_)
+        sendTap_(message.buffer());
     std::lock_guard lock(port_->ioLock);
     if (port_->txArray.size() >= size_t(kMaxQueued)) {
         rz48::diag("transmit queue full (%d messages): a command was refused\n", kMaxQueued);

@@ -86,6 +86,10 @@ public:
     void sendMidiTrigger(int32_t note);
     QString sendStringPolling(const QString& text);
 
+    // Called on the queuing thread with the bytes of every message queued
+    // for the unit (a copy for a listener such as a shadow of the unit).
+    void setSendTap(std::function<void(const QByteArray&)> tap) { sendTap_ = std::move(tap); }
+
     void setBaud(int32_t speed);
     int32_t getBaud() const;
     int32_t bytesAvailable() const;
@@ -138,6 +142,7 @@ private:
     QString searchDirectory_ = QStringLiteral("/dev");
     QStringList namePatterns_;
     QString explicitPort_;
+    std::function<void(const QByteArray&)> sendTap_;
     std::function<bool()> driverCheck_;
     QString lockDirectory_ = QStringLiteral("/var/lock");
     QString usbDevices_ = QStringLiteral("/sys/bus/usb/devices");

@@ -6,6 +6,10 @@
 
 #include <functional>
 
+namespace emu {
+class EmulatedUnit;
+}
+
 // Where the link looks for the unit.
 struct LinkOptions {
     QString searchDirectory;   // empty: the default ("/dev")
@@ -16,4 +20,6 @@ struct LinkOptions {
     QString loaderPath;
     QByteArray simulatedLoader;
     bool simulated = false;
+    // The built-in emulated unit, whose output the Unit output window shows.
+    emu::EmulatedUnit* simulatedUnit = nullptr;
 };

@@ -9,6 +9,7 @@
 #include "pages/PunchView.h"
 #include "panel/ConnectionController.h"
 #include "panel/MainTab.h"
+#include "panel/OutputController.h"
 #include "panel/Tooltips.h"
 #include "codecs/ReportRouter.h"
 #include "panel/SetupController.h"
@@ -90,6 +91,7 @@ void rz48View::buildWindow()
     monitorView_ = new MonitorView;
     updates_ = new UpdateController(this);
     setups_ = new SetupController(this);
+    outputs_ = new OutputController(this);
     connection_ = new ConnectionController(this);
     connect(connection_, &ConnectionController::stateChanged, this, &rz48View::showConnection);
     connect(connection_, &ConnectionController::connected, this, &rz48View::onConnected);
@@ -179,6 +181,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     mainTab_->setComThread(comThread_.get());
     connection_->setUp(comThread_.get(), options, [this] { return updates_->firmwareVersion(); });
     setups_->setUp(comThread_.get());
+    outputs_->setUp(comThread_.get(), options.simulatedUnit);
     // The unit's setup is saved before any update sends its first command.
     updates_->setBeforeUpdate([this](std::function<void(const QString&, const QString&)> then) { setups_->saveBeforeUpdate(std::move(then)); });
     if (!connection_->start())
@@ -194,6 +197,7 @@ void rz48View::onConnected()
     aTimer->start();
     sendStartupQueries();
     setups_->connected();
+    outputs_->connected();
     showConnection();
 }
 
@@ -246,6 +250,7 @@ void rz48View::threadHasMsg(MsgClass chunk)
 void rz48View::processRxString(const QString& line)
 {
     setups_->record(line); // the unit's own words, before any control reads them
+    outputs_->record(line);
     router_->route(line);
 }
 

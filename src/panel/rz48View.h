@@ -24,6 +24,7 @@ class QTabWidget;
 class QTimer;
 class ReportRouter;
 class SetupController;
+class OutputController;
 class UpdateController;
 
 class rz48View : public QWidget {
@@ -60,6 +61,7 @@ public:
     UpdateController* updates() const { return updates_; }
     SetupController* setups() const { return setups_; }
     ConnectionController* connection() const { return connection_; }
+    OutputController* outputs() const { return outputs_; }
     CueDocument* cueDocument() const { return cueDocument_.get(); }
     MonitorView* monitorView() const { return monitorView_; }
     PunchView* punchView() const { return punchView_; }
@@ -98,6 +100,7 @@ private:
     UpdateController* updates_ = nullptr;
     SetupController* setups_ = nullptr;
     ConnectionController* connection_ = nullptr;
+    OutputController* outputs_ = nullptr;
     QLabel* banner_ = nullptr;
     MonitorView* monitorView_ = nullptr;
     PunchView* punchView_ = nullptr;

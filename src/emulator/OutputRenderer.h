@@ -1,0 +1,30 @@
+#pragma once
+// Draws an output frame (OutputModel) as the unit's 1920 x 1080 picture:
+// black, or the unit's colour bars and grey scale, then the shapes in their
+// order. Text is DejaVu Sans at the frame's pixel sizes, each line on a band
+// of its background colour as wide as the text. One renderer per thread.
+#include "emulator/OutputModel.h"
+
+#include <QImage>
+
+#include <map>
+
+class QFont;
+
+namespace emu {
+
+class OutputRenderer {
+public:
+    OutputRenderer();
+    // Draws into `image`, made 1920 x 1080 RGB32 when it is not.
+    void render(const OutputFrame& frame, QImage& image);
+    QImage render(const OutputFrame& frame);
+
+    // The size of a line of text at a pixel size, as the renderer draws it.
+    static QSize textSize(const std::string& text, int pixels);
+
+private:
+    QImage backgrounds_[4]; // by "G"'s two bits; [0] unused (black)
+};
+
+} // namespace emu

@@ -1,0 +1,70 @@
+#pragma once
+// Plays an emulated unit's output: a worker thread that draws each frame of
+// the transport when it is due (sleeping until then on the monotonic clock)
+// and hands it to its parent's threadNeedsDisplay: as an image whose text
+// "timecode" is the frame's label. While the transport stands, frames go on
+// at the rate, since triggered elements run on the wall clock; a frame that
+// would look like the last one is not drawn again. The transport's controls
+// may be used from any thread.
+#include "common/Worker.h"
+#include "emulator/EmulatedUnit.h"
+#include "emulator/MtcDecoder.h"
+#include "emulator/Transport.h"
+
+#include <QImage>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+class OutputPlayer {
+public:
+    explicit OutputPlayer(std::shared_ptr<emu::EmulatedUnit> unit);
+    ~OutputPlayer();
+
+    // The parent receives threadNeedsDisplay(QImage) and calls frameTaken()
+    // when it has it: at most one frame waits for the parent at a time.
+    void start(QObject* parent);
+    void stop();
+    void frameTaken() { shared_->waiting = false; }
+
+    void play();
+    void halt();
+    void locate(int64_t frame);
+    void setLoop(int64_t first, int64_t end, bool on);
+    void setType(int type);
+    // Follows a MIDI Time Code source: its rate, its position, and playing
+    // while it runs forwards.
+    void chase(const emu::MtcDecoder::Position& position);
+
+    int type() const;
+    bool playing() const;
+    int64_t frame() const;
+
+    struct Stats {
+        int64_t shown = 0;     // frames drawn while playing
+        int64_t dropped = 0;   // frames of a run never drawn
+        int64_t doubled = 0;   // frames drawn twice
+        int64_t worstLateNs = 0; // the latest a frame was drawn after it was due
+    };
+    Stats stats() const;
+
+private:
+    struct Shared {
+        explicit Shared(std::shared_ptr<emu::EmulatedUnit> u)
+            : unit(std::move(u))
+        {
+        }
+        std::shared_ptr<emu::EmulatedUnit> unit;
+        mutable std::mutex lock; // guards transport, generation and stats
+        emu::Transport transport {1};
+        int generation = 0;      // counts transport changes: a new run of frames
+        Stats stats;
+        std::atomic<bool> waiting {false};
+    };
+    static void run(Shared& shared, rz48::WorkerContext& context);
+    void changed() { ++shared_->generation; }
+
+    std::shared_ptr<Shared> shared_;
+    rz48::Worker worker_ {"output player"};
+};

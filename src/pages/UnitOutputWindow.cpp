@@ -1,0 +1,254 @@
+#include "pages/UnitOutputWindow.h"
+
+#include "emulator/UnitTimecode.h"
+#include "pages/MtcInput.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace {
+
+// The picture at 16:9, as large as the widget allows, on black.
+class OutputPicture : public QWidget {
+public:
+    OutputPicture(const QImage& frame, QWidget* parent)
+        : QWidget(parent)
+        , frame_(frame)
+    {
+        setObjectName(QStringLiteral("outputPicture"));
+        setMinimumSize(320, 180);
+        setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+        setAttribute(Qt::WA_OpaquePaintEvent);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.fillRect(rect(), Qt::black);
+        if (frame_.isNull())
+            return;
+        QSize size(16, 9);
+        size.scale(this->size(), Qt::KeepAspectRatio);
+        const QRect target(QPoint((width() - size.width()) / 2, (height() - size.height()) / 2), size);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, true);
+        painter.drawImage(target, frame_);
+    }
+
+private:
+    const QImage& frame_;
+};
+
+QLineEdit* timecodeField(const char* name, const QString& text, QWidget* parent)
+{
+    auto* field = new QLineEdit(text, parent);
+    field->setObjectName(QLatin1String(name));
+    field->setMaxLength(11);
+    field->setFixedWidth(field->fontMetrics().horizontalAdvance(QStringLiteral("00:00:00:000")) + 12);
+    return field;
+}
+
+} // namespace
+
+UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool shadow, QWidget* parent)
+    : QWidget(parent, Qt::Window)
+    , player_(std::move(unit))
+{
+    setObjectName(QStringLiteral("unitOutputWindow"));
+    setWindowTitle(shadow ? tr("Unit output (simulated output)") : tr("Unit output"));
+    resize(960, 620);
+    picture_ = new OutputPicture(frame_, this);
+
+    controls_ = new QWidget(this);
+    controls_->setObjectName(QStringLiteral("outputControls"));
+    auto* row = new QHBoxLayout(controls_);
+    auto button = [&](const char* name, const QString& text, auto slot) {
+        auto* b = new QPushButton(text, controls_);
+        b->setObjectName(QLatin1String(name));
+        connect(b, &QPushButton::clicked, this, slot);
+        row->addWidget(b);
+        return b;
+    };
+    button("buttonOutputPlay", tr("Play"), [this] { player_.play(); });
+    button("buttonOutputStop", tr("Stop"), [this] { player_.halt(); });
+    locate_ = timecodeField("textOutputLocate", QStringLiteral("01:00:00:00"), controls_);
+    row->addWidget(locate_);
+    button("buttonOutputLocate", tr("Locate"), [this] {
+        int64_t frame = 0;
+        if (readTimecode(locate_, &frame))
+            player_.locate(frame);
+    });
+    connect(locate_, &QLineEdit::returnPressed, this, [this] {
+        int64_t frame = 0;
+        if (readTimecode(locate_, &frame))
+            player_.locate(frame);
+    });
+    loop_ = new QCheckBox(tr("Loop"), controls_);
+    loop_->setObjectName(QStringLiteral("checkBoxOutputLoop"));
+    row->addWidget(loop_);
+    loopFirst_ = timecodeField("textOutputLoopFirst", QStringLiteral("01:00:00:00"), controls_);
+    loopEnd_ = timecodeField("textOutputLoopEnd", QStringLiteral("01:00:30:00"), controls_);
+    row->addWidget(loopFirst_);
+    row->addWidget(new QLabel(tr("to"), controls_));
+    row->addWidget(loopEnd_);
+    connect(loop_, &QCheckBox::toggled, this, &UnitOutputWindow::applyLoop);
+    connect(loopFirst_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyLoop);
+    connect(loopEnd_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyLoop);
+    type_ = new QComboBox(controls_);
+    type_->setObjectName(QStringLiteral("comboBoxOutputTcType"));
+    type_->addItems({tr("24 fps"), tr("25 fps"), tr("29.97 drop"), tr("30 fps")});
+    type_->setCurrentIndex(1);
+    connect(type_, &QComboBox::activated, this, [this](int index) { player_.setType(index); applyLoop(); });
+    row->addWidget(type_);
+    chase_ = new QCheckBox(tr("Chase MTC"), controls_);
+    chase_->setObjectName(QStringLiteral("checkBoxOutputChaseMtc"));
+    connect(chase_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseChanged);
+    row->addWidget(chase_);
+    row->addStretch(1);
+    timecode_ = new QLabel(QStringLiteral("--:--:--:--"), controls_);
+    timecode_->setObjectName(QStringLiteral("labelOutputTimecode"));
+    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    mono.setPointSizeF(mono.pointSizeF() * 1.6);
+    timecode_->setFont(mono);
+    row->addWidget(timecode_);
+
+    footer_ = new QWidget(this);
+    auto* below = new QHBoxLayout(footer_);
+    status_ = new QLabel(footer_);
+    status_->setObjectName(QStringLiteral("labelOutputStatus"));
+    status_->setWordWrap(true);
+    below->addWidget(status_, 1);
+    if (shadow) {
+        auto* label = new QLabel(tr("simulated output"), footer_);
+        label->setObjectName(QStringLiteral("labelOutputSimulated"));
+        label->setToolTip(tr("Drawn by an emulated unit that follows every command sent to the real one; "
+                             "the real unit's picture may differ."));
+        below->addWidget(label);
+    }
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(picture_, 1);
+    column->addWidget(controls_);
+    column->addWidget(footer_);
+
+    auto* full = new QShortcut(QKeySequence(Qt::Key_F11), this);
+    connect(full, &QShortcut::activated, this, &UnitOutputWindow::toggleFullScreen);
+    auto* leave = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(leave, &QShortcut::activated, this, [this] {
+        if (isFullScreen())
+            toggleFullScreen();
+    });
+    mtc_ = new MtcInput(this);
+    mtc_->onPosition([this](const emu::MtcDecoder::Position& p) {
+        player_.chase(p);
+        if (type_->currentIndex() != p.type)
+            type_->setCurrentIndex(p.type);
+    });
+    setToolTip(tr("F11: full screen; Esc leaves it"));
+}
+
+UnitOutputWindow::~UnitOutputWindow()
+{
+    player_.stop();
+}
+
+void UnitOutputWindow::setTimecodeType(int type)
+{
+    if (type < 0 || type > 3)
+        return;
+    type_->setCurrentIndex(type);
+    player_.setType(type);
+    applyLoop();
+}
+
+void UnitOutputWindow::threadNeedsDisplay(QImage image)
+{
+    frame_ = std::move(image);
+    ++framesReceived_;
+    player_.frameTaken();
+    timecode_->setText(frame_.text(QStringLiteral("timecode")));
+    picture_->update();
+}
+
+void UnitOutputWindow::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    player_.start(this);
+}
+
+void UnitOutputWindow::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    player_.stop();
+    player_.frameTaken();
+}
+
+bool UnitOutputWindow::readTimecode(QLineEdit* field, int64_t* frame)
+{
+    const int type = type_->currentIndex();
+    if (emu::parseLabel(field->text().trimmed().toStdString(), type, frame)) {
+        say({});
+        return true;
+    }
+    say(tr("\"%1\" is not a timecode at %2 (HH:MM:SS:FF).").arg(field->text(), type_->currentText()));
+    return false;
+}
+
+void UnitOutputWindow::applyLoop()
+{
+    int64_t first = 0, end = 0;
+    if (!loop_->isChecked()) {
+        player_.setLoop(0, 0, false);
+        return;
+    }
+    if (!readTimecode(loopFirst_, &first) || !readTimecode(loopEnd_, &end))
+        return;
+    if (end <= first) {
+        say(tr("The loop's end must come after its start."));
+        return;
+    }
+    player_.setLoop(first, end, true);
+}
+
+void UnitOutputWindow::toggleFullScreen()
+{
+    if (isFullScreen()) {
+        controls_->show();
+        footer_->show();
+        showNormal();
+    } else {
+        controls_->hide();
+        footer_->hide();
+        showFullScreen();
+    }
+}
+
+void UnitOutputWindow::chaseChanged(bool on)
+{
+    if (!on) {
+        mtc_->close();
+        say({});
+        return;
+    }
+    QString why;
+    if (!mtc_->open(&why)) {
+        say(why);
+        const QSignalBlocker block(chase_);
+        chase_->setChecked(false);
+        return;
+    }
+    say(tr("Chasing MIDI Time Code: connect a source to the sequencer port \"RZ48 MTC in\"."));
+}
+
+void UnitOutputWindow::say(const QString& text)
+{
+    status_->setText(text);
+}

@@ -1,0 +1,62 @@
+#pragma once
+// Window > Unit output: what the unit puts on the picture, at 16:9 in a
+// resizable window or full screen (F11, on the screen the window is on; Esc
+// leaves it), with the transport's controls and the running timecode. It
+// shows an emulated unit: the built-in one under --simulate, or a shadow
+// that follows every command the panel sends to a real unit, labelled
+// "simulated output". Frames are drawn only while the window is shown.
+#include "pages/OutputPlayer.h"
+
+#include <QImage>
+#include <QWidget>
+
+#include <memory>
+
+class MtcInput;
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+
+class UnitOutputWindow : public QWidget {
+    Q_OBJECT
+public:
+    UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool shadow, QWidget* parent = nullptr);
+    ~UnitOutputWindow() override;
+
+    OutputPlayer& player() { return player_; }
+    // The latest frame shown, and how many have come.
+    const QImage& lastFrame() const { return frame_; }
+    int framesReceived() const { return framesReceived_; }
+    // The timecode type the transport runs at (0 24, 1 25, 2 29.97 drop-frame, 3 30).
+    void setTimecodeType(int type);
+
+    Q_INVOKABLE void threadNeedsDisplay(QImage image);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    bool readTimecode(QLineEdit* field, int64_t* frame);
+    void applyLoop();
+    void toggleFullScreen();
+    void chaseChanged(bool on);
+    void say(const QString& text);
+
+    OutputPlayer player_;
+    QImage frame_;
+    int framesReceived_ = 0;
+    QWidget* picture_ = nullptr;
+    QWidget* controls_ = nullptr;
+    QWidget* footer_ = nullptr;
+    QLabel* timecode_ = nullptr;
+    QLabel* status_ = nullptr;
+    QComboBox* type_ = nullptr;
+    QLineEdit* locate_ = nullptr;
+    QLineEdit* loopFirst_ = nullptr;
+    QLineEdit* loopEnd_ = nullptr;
+    QCheckBox* loop_ = nullptr;
+    QCheckBox* chase_ = nullptr;
+    MtcInput* mtc_ = nullptr;
+};

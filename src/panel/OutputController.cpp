@@ -1,0 +1,67 @@
+#include "panel/OutputController.h"
+
+#include "codecs/SetupFile.h"
+#include "emulator/EmulatedUnit.h"
+#include "link/ComThread.h"
+#include "pages/UnitOutputWindow.h"
+
+OutputController::OutputController(QObject* parent)
+    : QObject(parent)
+{
+}
+
+OutputController::~OutputController()
+{
+    delete window_.data();
+}
+
+UnitOutputWindow* OutputController::window() const
+{
+    return window_.data();
+}
+
+void OutputController::setUp(ComThread* link, emu::EmulatedUnit* builtIn)
+{
+    if (builtIn) {
+        // Not owned: the built-in unit outlives the panel's windows.
+        source_ = std::shared_ptr<emu::EmulatedUnit>(builtIn, [](emu::EmulatedUnit*) {});
+        return;
+    }
+    shadow_ = std::make_shared<emu::EmulatedUnit>();
+    source_ = shadow_;
+    if (link) {
+        std::weak_ptr<emu::EmulatedUnit> shadow = shadow_;
+        link->setSendTap([shadow](const QByteArray& bytes) {
+            if (auto unit = shadow.lock())
+                unit->receive(std::string_view(bytes.constData(), size_t(bytes.size())), emu::Clock::now());
+        });
+    }
+}
+
+void OutputController::record(const QString& line)
+{
+    if (!shadow_)
+        return;
+    if (const std::optional<QString> command = rz48::setup::commandFromReport(line))
+        shadow_->receive((command->toLatin1() + "\r\n").toStdString(), emu::Clock::now());
+}
+
+void OutputController::connected()
+{
+    if (shadow_)
+        shadow_->powerCycle();
+}
+
+void OutputController::showWindow(int timecodeType)
+{
+    if (!source_)
+        setUp(nullptr, nullptr);
+    if (!window_) {
+        window_ = new UnitOutputWindow(source_, isShadow());
+        window_->setAttribute(Qt::WA_QuitOnClose, false);
+        window_->setTimecodeType(timecodeType);
+    }
+    window_->show();
+    window_->raise();
+    window_->activateWindow();
+}

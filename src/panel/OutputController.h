@@ -1,0 +1,40 @@
+#pragma once
+// The Unit output window's source. Under --simulate it is the built-in
+// emulated unit itself. With a real unit it is a shadow: an emulated unit
+// that receives a copy of every command and trigger the panel queues, and
+// the command form of every setting the unit reports (so the start-up
+// reports bring it to the unit's state).
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <memory>
+
+class ComThread;
+class UnitOutputWindow;
+namespace emu {
+class EmulatedUnit;
+}
+
+class OutputController : public QObject {
+    Q_OBJECT
+public:
+    explicit OutputController(QObject* parent = nullptr);
+    ~OutputController() override;
+
+    // `builtIn`: the in-process emulated unit, or none for a real unit.
+    void setUp(ComThread* link, emu::EmulatedUnit* builtIn);
+    // A report line from the unit.
+    void record(const QString& line);
+    // A new connection: the shadow starts over, like a unit switched on.
+    void connected();
+    // Window > Unit output, at the cue list's timecode type when first made.
+    void showWindow(int timecodeType);
+    UnitOutputWindow* window() const;
+    bool isShadow() const { return shadow_ != nullptr; }
+
+private:
+    std::shared_ptr<emu::EmulatedUnit> source_;
+    std::shared_ptr<emu::EmulatedUnit> shadow_;
+    QPointer<UnitOutputWindow> window_;
+};
