@@ -49,7 +49,8 @@ bool MtcDecoder::quarterFrame(uint8_t data, Clock::time_point now)
         direction = 1;
     else if (lastPiece_ >= 0 && piece == (lastPiece_ + 7) % 8)
         direction = -1;
-    inOrder_ = direction != 0 && direction == direction_ ? inOrder_ + 1 : 1;
+    // The first piece of a run has no direction yet; the second gives it.
+    inOrder_ = direction != 0 && (direction == direction_ || (direction_ == 0 && inOrder_ == 1)) ? inOrder_ + 1 : 1;
     direction_ = direction;
     lastPiece_ = piece;
     lastQuarter_ = now;

@@ -4,12 +4,15 @@
 #include "pages/DrawThread.h"
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
+#include "pages/UnitOutputWindow.h"
+#include "panel/OutputController.h"
 #include "support/PanelFixture.h"
 #include "widgets/ColorWell.h"
 #include "widgets/Stepper.h"
 
 #include <QCheckBox>
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSlider>
@@ -312,3 +315,43 @@ TEST(PagesWithoutWorkers, SetDrawSaysSo)
 }
 
 } // namespace
+
+// Window > Unit output: a streamer trigger shows up in the next frames,
+// wiping to the right, from the built-in unit (--simulate) or from the shadow
+// unit that follows what the panel sends to a real one.
+class UnitOutputTest : public rz48test::PanelTest {
+protected:
+    void expectTriggerWipes(bool builtIn)
+    {
+        startWithUnit(builtIn);
+        ASSERT_EQ(view->outputs()->isShadow(), !builtIn);
+        view->outputs()->showWindow(1);
+        UnitOutputWindow* output = view->outputs()->window();
+        ASSERT_NE(output, nullptr);
+        EXPECT_EQ(output->findChild<QLabel*>(QStringLiteral("labelOutputSimulated")) != nullptr, !builtIn);
+        ASSERT_TRUE(waitUntil([&] { return output->framesReceived() > 0; }));
+        // The streamer's left edge on the row through the picture's middle, or -1.
+        auto streamerAt = [&] {
+            const QImage& frame = output->lastFrame();
+            for (int x = 0; x < 1700; ++x)
+                if (frame.pixel(x, 540) != 0xFF000000)
+                    return x;
+            return -1;
+        };
+        EXPECT_EQ(streamerAt(), -1);
+        find<QPushButton>("buttonStreamer0")->click();
+        int first = -1;
+        ASSERT_TRUE(waitUntil([&] { return (first = streamerAt()) >= 0; }, 5000));
+        ASSERT_TRUE(waitUntil([&] { return streamerAt() > first; }, 5000)) << "the streamer moves on";
+    }
+};
+
+TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
+{
+    expectTriggerWipes(true);
+}
+
+TEST_F(UnitOutputTest, TriggerShowsInTheShadowUnitsOutput)
+{
+    expectTriggerWipes(false);
+}

@@ -84,12 +84,16 @@ protected:
         rz48::setFilePanel(nullptr);
     }
 
-    // Starts the panel on the emulated unit and waits for the start-up reports.
-    void startWithUnit()
+    // Starts the panel on the emulated unit and waits for the start-up
+    // reports; `builtIn`: the unit is the panel's own, as under --simulate.
+    void startWithUnit(bool builtIn = false)
     {
         std::string error;
         ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
-        view->awakeFromNib(noUnit());
+        LinkOptions options = noUnit();
+        if (builtIn)
+            options.simulatedUnit = &host.unit();
+        view->awakeFromNib(options);
         ASSERT_TRUE(view->comThread()->isRunning());
         ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
     }
