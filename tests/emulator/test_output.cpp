@@ -6,6 +6,10 @@
 #include "emulator/Transport.h"
 #include "emulator/UnitTimecode.h"
 
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -264,6 +268,51 @@ TEST(MtcDecoder, QuarterFramesBothWaysFullFramesAndDropouts)
     EXPECT_EQ(fresh.position()->direction, 0);
     const uint8_t badFull[] = {0xF0, 0x7F, 0x7F, 0x01, 0x01, 0x21, 0x02, 0x03, 0x19, 0xF7}; // frame 25 at 25 fps
     EXPECT_FALSE(fresh.feed(badFull, sizeof badFull, t0));
+}
+
+} // namespace
+
+namespace {
+
+// rz48-emu render: a setup and a cue sheet from files, one frame as a PNG.
+TEST(RenderCommand, DrawsTheFrameOfASetupAndASheetAtATimecode)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    auto write = [&](const char* name, const QByteArray& text) {
+        QFile file(dir.filePath(QLatin1String(name)));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        return file.fileName();
+    };
+    const QString setup = write("unit.rz48setup", "# saved\nA 4\nC 1a 28 0 64 0 ff ff 0\nE 5 70 77 87 5 64 3 1\nU 0 0 6 104 240 1\n"
+                                                  "m 129 96 8 112\n");
+    // 29.97 drop-frame: the cue at 00:01:00;02 is frame 1800, 1800 x 1001 ticks;
+    // the two-second run starts 60000 ticks before it.
+    const QString sheet = write("cues.txt", ";duplicate\t0\n;tctype\t2\nA1\t00:01:00;02\t00:01:05;00\tHello\tnote\n");
+    auto render = [&](const QString& setupFile, const char* at, QString* errors = nullptr) {
+        QProcess emu;
+        emu.start(QStringLiteral(RZ48_EMU_PATH), {QStringLiteral("render"), QStringLiteral("--setup"), setupFile, QStringLiteral("--cues"),
+                                                   sheet, QStringLiteral("--at"), QLatin1String(at), QStringLiteral("-o"), dir.filePath(QStringLiteral("f.png"))});
+        EXPECT_TRUE(emu.waitForFinished(30000));
+        if (errors)
+            *errors = QString::fromLocal8Bit(emu.readAllStandardError());
+        return emu.exitCode();
+    };
+    ASSERT_EQ(render(setup, "00:00:58;20"), 0);
+    // Frame 1760 is 19960 ticks into the run: (1728 - 40) x 19960 / 60000 = 561.
+    const QImage frame(dir.filePath(QStringLiteral("f.png")));
+    ASSERT_EQ(frame.size(), QSize(1920, 1080));
+    EXPECT_EQ(firstColumn(frame, kCyan), 561);
+    EXPECT_EQ(frame.pixel(960, 540), kBlack);
+    ASSERT_EQ(render(setup, "00:01:00;02"), 0);
+    EXPECT_EQ(QImage(dir.filePath(QStringLiteral("f.png"))).pixel(960, 540), kRed);
+
+    QString errors;
+    EXPECT_EQ(render(setup, "00:01:00;00", &errors), 2) << "a dropped label";
+    EXPECT_TRUE(errors.contains(QLatin1String("not a timecode"))) << errors.toStdString();
+    EXPECT_EQ(render(write("bad.rz48setup", "# x\nhello\n"), "00:00:59;20", &errors), 1);
+    EXPECT_TRUE(errors.contains(QLatin1String("bad.rz48setup:2: not a setting command"))) << errors.toStdString();
 }
 
 } // namespace
