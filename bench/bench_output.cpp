@@ -1,0 +1,139 @@
+// The emulated unit's output: one 1920 x 1080 frame with a streamer, a punch,
+// the annunciator, the timecode window and two text lines; and the transport
+// over ten simulated minutes at 25 and 29.97 frames a second (frames shown
+// against frames due), then a real-time run that draws every frame when it
+// is due, for the largest lateness on this machine.
+#include "emulator/EmulatedUnit.h"
+#include "emulator/OutputRenderer.h"
+#include "emulator/Transport.h"
+#include "emulator/UnitTimecode.h"
+
+#include <QGuiApplication>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+// A streamer half way to its cue at 01:00:11:00 and the punch of the cue at
+// 01:00:10:00 both on the picture at 01:00:10:00, with the rest.
+emu::EmulatedUnit& busyUnit()
+{
+    static emu::EmulatedUnit unit;
+    static bool made = false;
+    if (!made) {
+        for (const char* line : {"C 1a 28 0 32 0 ff ff 40", "E 5 70 77 87 5 64 3 1", "A 4", "U 2 0 6 10 20 2",
+                                 "m 131 96 8 112", "r 2 60 200 112", "V First line\\nSecond line", "h 0",
+                                 "f 01:00:10:00 ", "f 01:00:11:00 "})
+            unit.receive(std::string(line) + "\r\n", emu::Clock::now());
+        made = true;
+    }
+    return unit;
+}
+
+void BM_OutputFrame(benchmark::State& state)
+{
+    emu::OutputRenderer renderer;
+    QImage image;
+    const emu::OutputState output = busyUnit().outputState();
+    const int64_t frame = emu::frameOfLabel(1, 0, 10, 0, 1);
+    for (auto _ : state) {
+        renderer.render(emu::composeFrame(output, 1, frame, 0), image);
+        benchmark::DoNotOptimize(image.constBits());
+    }
+    state.counters["shapes"] = double(emu::composeFrame(output, 1, frame, 0).shapes.size());
+}
+BENCHMARK(BM_OutputFrame)->Unit(benchmark::kMillisecond);
+
+// Ten minutes on a simulated clock that wakes at each frame's due time plus
+// a jitter of up to 80 % of a period: every frame shown once, none dropped.
+void BM_TransportTenMinutes(benchmark::State& state)
+{
+    const int type = int(state.range(0));
+    int64_t due = 0, shown = 0, dropped = 0, doubled = 0;
+    for (auto _ : state) {
+        emu::Transport transport(type);
+        const auto start = emu::Transport::Clock::time_point(std::chrono::hours(1));
+        transport.play(start);
+        const auto end = start + std::chrono::minutes(10);
+        const int64_t period = emu::frameRateOf(type).periodTicks * 100000 / 3;
+        uint32_t noise = 12345;
+        int64_t last = -1;
+        due = shown = dropped = doubled = 0;
+        for (int64_t k = 0; transport.dueOf(k) < end; ++k) {
+            noise = noise * 1103515245u + 12345u;
+            const auto wake = transport.dueOf(k) + std::chrono::nanoseconds(int64_t(noise >> 8) % (period * 8 / 10));
+            const int64_t index = transport.indexAt(wake);
+            ++due;
+            if (index == last)
+                ++doubled;
+            else {
+                ++shown;
+                dropped += index - last - 1;
+            }
+            last = index;
+        }
+    }
+    state.counters["due"] = double(due);
+    state.counters["shown"] = double(shown);
+    state.counters["dropped"] = double(dropped);
+    state.counters["doubled"] = double(doubled);
+}
+BENCHMARK(BM_TransportTenMinutes)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// Real time: RZ48_BENCH_PLAY_SECONDS (default 20) of frames drawn when due,
+// as the Unit output window's player does.
+void BM_PlayRealTime(benchmark::State& state)
+{
+    const int type = int(state.range(0));
+    const char* env = std::getenv("RZ48_BENCH_PLAY_SECONDS");
+    const int seconds = env ? std::atoi(env) : 20;
+    emu::OutputRenderer renderer;
+    QImage image;
+    const emu::OutputState output = busyUnit().outputState();
+    int64_t due = 0, shown = 0, dropped = 0, doubled = 0;
+    double worstMs = 0;
+    for (auto _ : state) {
+        emu::Transport transport(type);
+        const auto start = emu::Transport::Clock::now();
+        transport.locate(emu::frameOfLabel(1, 0, 9, 0, type), start);
+        transport.play(start);
+        int64_t last = -1;
+        for (int64_t k = 1; transport.dueOf(k) < start + std::chrono::seconds(seconds); ++k) {
+            std::this_thread::sleep_until(transport.dueOf(k));
+            const auto now = emu::Transport::Clock::now();
+            const int64_t index = transport.indexAt(now);
+            renderer.render(emu::composeFrame(output, type, transport.frameOfIndex(index), emu::ticksOfClock(now)), image);
+            const double lateMs = std::chrono::duration<double, std::milli>(emu::Transport::Clock::now() - transport.dueOf(index)).count();
+            worstMs = std::max(worstMs, lateMs);
+            ++due;
+            if (index == last)
+                ++doubled;
+            else {
+                ++shown;
+                dropped += last < 0 ? 0 : index - last - 1;
+            }
+            last = index;
+        }
+    }
+    state.counters["due"] = double(due);
+    state.counters["shown"] = double(shown);
+    state.counters["dropped"] = double(dropped);
+    state.counters["doubled"] = double(doubled);
+    state.counters["worst_late_ms"] = worstMs;
+}
+BENCHMARK(BM_PlayRealTime)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
