@@ -175,6 +175,7 @@ QString MainWindow::shortcutsText()
               "Ctrl+S  save the cue sheet (Ctrl+Shift+S: save as)\n"
               "Ctrl+Z / Ctrl+Shift+Z  undo / redo a change of the cue list (cue list window)\n"
               "Ctrl+L  show the cue list window\n"
+              "Ctrl+Shift+O  show the unit's output (F11 in it: full screen, Esc: back)\n"
               "Ctrl+R  look for the unit again (every port)\n"
               "Ctrl+C / Ctrl+V  copy / paste cues (cue list window)\n"
               "Ctrl+Q  quit\n"

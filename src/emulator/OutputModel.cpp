@@ -30,6 +30,13 @@ struct Flash {
     int index;
 };
 
+// A field as the unit's 32-bit registers hold it: never negative, never
+// beyond 32 bits, so that the time arithmetic below stays in range.
+int64_t u32(int64_t field)
+{
+    return std::clamp<int64_t>(field, 0, 0xFFFFFFFF);
+}
+
 template <size_t N>
 int pixelsOf(const int (&table)[N], int64_t size)
 {
@@ -105,7 +112,7 @@ OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int6
 
     // Streamers: the triggered ones, and streamer 0 ending on every cue.
     const auto& c = state.streamer;
-    const int64_t duration = std::max<int64_t>(c[3], 0);
+    const int64_t duration = u32(c[3]);
     const int64_t runTicks = duration * kTicksPerFiftieth;
     std::vector<Run> runs;
     std::vector<Flash> flashes;
@@ -150,11 +157,11 @@ OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int6
 
     // Punches, only while punch is enabled.
     const auto& e = state.punch;
-    if ((e[7] & 1) && e[3] > 0 && e[4] > 0) {
+    if ((e[7] & 1) && e[3] > 0 && u32(e[4]) > 0) {
         const int radius = int(8640 / e[3]);
-        const int64_t lit = e[4] * rate.periodTicks;
-        const int64_t interval = std::max<int64_t>(e[5], 0) * kTicksPerHundredth;
-        const int64_t count = std::max<int64_t>(e[6], 1);
+        const int64_t lit = u32(e[4]) * rate.periodTicks;
+        const int64_t interval = u32(e[5]) * kTicksPerHundredth;
+        const int64_t count = std::max<int64_t>(u32(e[6]), 1);
         for (const Flash& f : flashes) {
             const int64_t elapsed = now(f.line) - f.start;
             if (elapsed < 0)

@@ -129,8 +129,6 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     if (shadow) {
         auto* label = new QLabel(tr("simulated output"), footer_);
         label->setObjectName(QStringLiteral("labelOutputSimulated"));
-        label->setToolTip(tr("Drawn by an emulated unit that follows every command sent to the real one; "
-                             "the real unit's picture may differ."));
         below->addWidget(label);
     }
     auto* column = new QVBoxLayout(this);
@@ -152,7 +150,6 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
         if (type_->currentIndex() != p.type)
             type_->setCurrentIndex(p.type);
     });
-    setToolTip(tr("F11: full screen; Esc leaves it"));
 }
 
 UnitOutputWindow::~UnitOutputWindow()

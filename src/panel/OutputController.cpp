@@ -4,6 +4,7 @@
 #include "emulator/EmulatedUnit.h"
 #include "link/ComThread.h"
 #include "pages/UnitOutputWindow.h"
+#include "panel/Tooltips.h"
 
 OutputController::OutputController(QObject* parent)
     : QObject(parent)
@@ -60,6 +61,7 @@ void OutputController::showWindow(int timecodeType)
         window_ = new UnitOutputWindow(source_, isShadow());
         window_->setAttribute(Qt::WA_QuitOnClose, false);
         window_->setTimecodeType(timecodeType);
+        rz48::applyTooltips(window_);
     }
     window_->show();
     window_->raise();

@@ -141,6 +141,21 @@ const Tip kTips[] = {
     {"buttonExportMidi", "Check and sort, then write the list as a MIDI cue track (.mid)"},
     {"buttonImportMidi", "Print the listing of a MIDI file on standard output"},
     {"buttonClearAll", "Remove every cue (Edit > Undo brings them back)"},
+    // Unit output window
+    {"unitOutputWindow", "What the unit puts on the picture; F11 full screen, Esc leaves it"},
+    {"outputPicture", "The unit's output at 16:9 (F11: full screen on this screen)"},
+    {"buttonOutputPlay", "Run the timecode from where it stands, at the type's frame rate"},
+    {"buttonOutputStop", "Hold the timecode (triggered streamers and punches still run)"},
+    {"textOutputLocate", "A timecode to go to (HH:MM:SS:FF); Return or Locate goes there"},
+    {"buttonOutputLocate", "Go to the timecode in the field beside it"},
+    {"checkBoxOutputLoop", "Play the range from the first timecode to the second again and again"},
+    {"textOutputLoopFirst", "The loop's first frame (HH:MM:SS:FF)"},
+    {"textOutputLoopEnd", "The loop's end: the frame after its last (HH:MM:SS:FF)"},
+    {"comboBoxOutputTcType", "The timecode's frame rate: 24, 25, 29.97 drop-frame or 30"},
+    {"checkBoxOutputChaseMtc", "Follow MIDI Time Code from the ALSA sequencer port \"RZ48 MTC in\""},
+    {"labelOutputTimecode", "The timecode of the frame shown"},
+    {"labelOutputStatus", "What the window could not do, and why"},
+    {"labelOutputSimulated", "Drawn by an emulated unit that follows every command sent to the real one"},
 };
 // clang-format on
 

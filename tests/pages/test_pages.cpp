@@ -12,6 +12,7 @@
 
 #include <QCheckBox>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -349,6 +350,28 @@ protected:
 TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
 {
     expectTriggerWipes(true);
+    UnitOutputWindow* output = view->outputs()->window();
+    auto* status = output->findChild<QLabel*>(QStringLiteral("labelOutputStatus"));
+    auto* timecode = output->findChild<QLabel*>(QStringLiteral("labelOutputTimecode"));
+    auto* locate = output->findChild<QLineEdit*>(QStringLiteral("textOutputLocate"));
+    ASSERT_TRUE(status && timecode && locate);
+    // The transport: a time that is not one is refused with why; Locate and
+    // Play move the window's timecode.
+    locate->setText(QStringLiteral("01:00:00:25"));
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputLocate"))->click();
+    EXPECT_TRUE(status->text().contains(QLatin1String("is not a timecode at 25 fps"))) << status->text().toStdString();
+    locate->setText(QStringLiteral("02:00:00:00"));
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputLocate"))->click();
+    EXPECT_TRUE(waitUntil([&] { return timecode->text() == QLatin1String("02:00:00:00"); }));
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputPlay"))->click();
+    EXPECT_TRUE(waitUntil([&] { return timecode->text() > QLatin1String("02:00:00:05"); }));
+    // Without a sequencer, chasing MIDI Time Code says so and stays off.
+    if (!QFile::exists(QStringLiteral("/dev/snd/seq"))) {
+        auto* chase = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputChaseMtc"));
+        chase->click();
+        EXPECT_FALSE(chase->isChecked());
+        EXPECT_TRUE(status->text().contains(QLatin1String("MIDI Time Code cannot be chased"))) << status->text().toStdString();
+    }
 }
 
 TEST_F(UnitOutputTest, TriggerShowsInTheShadowUnitsOutput)

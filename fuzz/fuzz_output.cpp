@@ -1,0 +1,37 @@
+// Bytes as the emulated unit receives them (commands, triggers, cue
+// transfers) and as a MIDI Time Code source sends them, then the output
+// frames at a few times: no crash, and every bar inside the picture.
+#include "FuzzSupport.h"
+#include "emulator/EmulatedUnit.h"
+#include "emulator/MtcDecoder.h"
+#include "emulator/UnitTimecode.h"
+
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size == 0)
+        return 0;
+    const int type = data[0] & 3;
+    const auto now = emu::Clock::now();
+    emu::EmulatedUnit unit;
+    unit.receive(std::string_view(reinterpret_cast<const char*>(data) + 1, size - 1), now);
+    emu::MtcDecoder mtc;
+    mtc.feed(data + 1, size - 1, now);
+    mtc.checkDropout(now + std::chrono::seconds(1));
+    if (auto p = mtc.position(); p && (p->frame < 0 || p->frame >= emu::framesPerDay(p->type)))
+        std::abort();
+    const emu::OutputState state = unit.outputState();
+    const int64_t wall = emu::ticksOfClock(now);
+    for (int64_t frame : {int64_t(0), int64_t(size) * 997, emu::framesPerDay(type) - 1}) {
+        for (int64_t later : {int64_t(0), emu::kTicksPerSecond / 3, 5 * emu::kTicksPerSecond}) {
+            const emu::OutputFrame out = emu::composeFrame(state, type, frame, wall + later);
+            if (out.timecode.size() != 11)
+                std::abort();
+            for (const emu::Shape& s : out.shapes)
+                if (s.kind == emu::Shape::Kind::Rect && (s.x < 0 || s.w < 0 || s.x + s.w > emu::kOutputWidth))
+                    std::abort();
+        }
+    }
+    return 0;
+}
