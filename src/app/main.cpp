@@ -8,6 +8,8 @@
 #include "cuewindow/CueDocument.h"
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
+#include "pages/UnitOutputWindow.h"
+#include "panel/OutputController.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 #include "widgets/WindowClose.h"
@@ -63,7 +65,7 @@ int main(int argc, char** argv)
                                     QStringLiteral("Search this directory for the unit instead of /dev."),
                                     QStringLiteral("directory"));
     const QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                        QStringLiteral("Write a PNG of the window (and FILE-cues.png of the cue list window) once the start-up reports are in, then quit."),
+                                        QStringLiteral("Write a PNG of the window (and FILE-cues.png of the cue list window, FILE-output.png of the unit output window) once the start-up reports are in, then quit."),
                                         QStringLiteral("file"));
     const QCommandLineOption tab(QStringLiteral("tab"),
                                  QStringLiteral("Show this tab at start: 0 video, 1 streamer, 2 update, 3 punch, 4 overlay."),
@@ -171,15 +173,26 @@ int main(int argc, char** argv)
             return;
         }
         if (!shotFile.isEmpty() && window.view()->startupSettled()) {
-            poll.stop();
-            bool saved = window.grab().save(shotFile, "PNG");
-            // The cue list window beside it, as FILE-cues.png.
-            if (CueDocument* cues = window.view()->cueDocument(); saved && cues && cues->window()) {
-                QString cuesFile = shotFile;
-                cuesFile.insert(shotFile.endsWith(QLatin1String(".png"), Qt::CaseInsensitive) ? shotFile.size() - 4 : shotFile.size(),
-                                QStringLiteral("-cues"));
-                saved = cues->window()->grab().save(cuesFile, "PNG");
+            // The unit output window beside them, once it shows a frame.
+            OutputController* outputs = window.view()->outputs();
+            if (!outputs->window()) {
+                outputs->showWindow(1);
+                return;
             }
+            if (outputs->window()->framesReceived() == 0)
+                return;
+            poll.stop();
+            // FILE, then FILE-cues.png and FILE-output.png beside it.
+            auto beside = [&shotFile](const char* suffix) {
+                QString file = shotFile;
+                file.insert(shotFile.endsWith(QLatin1String(".png"), Qt::CaseInsensitive) ? shotFile.size() - 4 : shotFile.size(),
+                            QLatin1String(suffix));
+                return file;
+            };
+            bool saved = window.grab().save(shotFile, "PNG");
+            if (CueDocument* cues = window.view()->cueDocument(); saved && cues && cues->window())
+                saved = cues->window()->grab().save(beside("-cues"), "PNG");
+            saved = saved && outputs->window()->grab().save(beside("-output"), "PNG");
             if (!saved)
                 std::fprintf(stderr, "rz48panel: cannot write %s\n", qPrintable(shotFile));
             window.close();

@@ -122,6 +122,7 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
 
     footer_ = new QWidget(this);
     auto* below = new QHBoxLayout(footer_);
+    below->setContentsMargins(9, 0, 9, 4);
     status_ = new QLabel(footer_);
     status_->setObjectName(QStringLiteral("labelOutputStatus"));
     status_->setWordWrap(true);
@@ -144,6 +145,7 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
         if (isFullScreen())
             toggleFullScreen();
     });
+    player_.locate(emu::frameOfLabel(1, 0, 0, 0, player_.type())); // sessions start at an hour
     mtc_ = new MtcInput(this);
     mtc_->onPosition([this](const emu::MtcDecoder::Position& p) {
         player_.chase(p);
