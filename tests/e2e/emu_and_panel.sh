@@ -15,8 +15,10 @@ echo "$out"
 fail=0
 [ $rc -eq 0 ] || { echo "panel exited with $rc"; fail=1; }
 grep -q "^found RZ-48 on port $dir/tty.usbserial-EMU$" <<<"$out" || { echo "panel did not find the unit"; fail=1; }
-[ "$(head -c 8 "$dir/panel.png" 2>/dev/null | od -An -tx1 | tr -d ' \n')" = "89504e470d0a1a0a" ] \
-  || { echo "no PNG screenshot"; fail=1; }
+for shot in panel panel-cues panel-output; do
+  [ "$(head -c 8 "$dir/$shot.png" 2>/dev/null | od -An -tx1 | tr -d ' \n')" = "89504e470d0a1a0a" ] \
+    || { echo "no PNG screenshot $shot.png"; fail=1; }
+done
 for cmd in 'M 15' 't'; do
   grep -q "rx: $cmd\\\\r\\\\n" "$dir/emu.log" || { echo "unit did not receive $cmd"; fail=1; }
 done
