@@ -8,8 +8,6 @@
 #include "emulator/Transport.h"
 #include "emulator/UnitTimecode.h"
 
-#include <QGuiApplication>
-
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -127,13 +125,3 @@ void BM_PlayRealTime(benchmark::State& state)
 BENCHMARK(BM_PlayRealTime)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -4,8 +4,6 @@
 #include "pages/DrawAnnunciatorThread.h"
 #include "pages/DrawThread.h"
 
-#include <QGuiApplication>
-
 #include <benchmark/benchmark.h>
 
 static void BM_StreamerFrame(benchmark::State& state)
@@ -44,13 +42,3 @@ static void BM_OverlayFrame(benchmark::State& state)
     }
 }
 BENCHMARK(BM_OverlayFrame)->Unit(benchmark::kMillisecond);
-
-int main(int argc, char** argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
