@@ -5,6 +5,11 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QScreen>
+#include <QWindow>
 #include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -224,10 +229,35 @@ void UnitOutputWindow::toggleFullScreen()
         footer_->show();
         showNormal();
     } else {
-        controls_->hide();
-        footer_->hide();
-        showFullScreen();
+        fullScreenOn(screen());
     }
+}
+
+void UnitOutputWindow::fullScreenOn(QScreen* target)
+{
+    if (!target)
+        return;
+    if (isFullScreen())
+        showNormal();
+    // Onto the chosen screen first, then full screen there.
+    move(target->availableGeometry().topLeft());
+    if (QWindow* handle = windowHandle())
+        handle->setScreen(target);
+    controls_->hide();
+    footer_->hide();
+    showFullScreen();
+}
+
+void UnitOutputWindow::contextMenuEvent(QContextMenuEvent* event)
+{
+    QMenu menu(this);
+    for (QScreen* s : QGuiApplication::screens()) {
+        QAction* action = menu.addAction(tr("Full screen on %1 (%2 x %3)").arg(s->name()).arg(s->size().width()).arg(s->size().height()));
+        connect(action, &QAction::triggered, this, [this, s] { fullScreenOn(s); });
+    }
+    if (isFullScreen())
+        menu.addAction(tr("Leave full screen (Esc)"), this, &UnitOutputWindow::toggleFullScreen);
+    menu.exec(event->globalPos());
 }
 
 void UnitOutputWindow::chaseChanged(bool on)

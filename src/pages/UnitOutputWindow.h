@@ -1,7 +1,7 @@
 #pragma once
 // Window > Unit output: what the unit puts on the picture, at 16:9 in a
-// resizable window or full screen (F11, on the screen the window is on; Esc
-// leaves it), with the transport's controls and the running timecode. It
+// resizable window or full screen (F11 on the screen the window is on, or
+// any screen from the picture's context menu; Esc leaves it), with the transport's controls and the running timecode. It
 // shows an emulated unit: the built-in one under --simulate, or a shadow
 // that follows every command the panel sends to a real unit, labelled
 // "simulated output". Frames are drawn only while the window is shown.
@@ -36,11 +36,13 @@ public:
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
     bool readTimecode(QLineEdit* field, int64_t* frame);
     void applyLoop();
     void toggleFullScreen();
+    void fullScreenOn(class QScreen* target);
     void chaseChanged(bool on);
     void say(const QString& text);
 

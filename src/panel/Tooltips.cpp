@@ -143,7 +143,7 @@ const Tip kTips[] = {
     {"buttonClearAll", "Remove every cue (Edit > Undo brings them back)"},
     // Unit output window
     {"unitOutputWindow", "What the unit puts on the picture; F11 full screen, Esc leaves it"},
-    {"outputPicture", "The unit's output at 16:9 (F11: full screen on this screen)"},
+    {"outputPicture", "The unit's output at 16:9 (F11: full screen here; right click: on another screen)"},
     {"buttonOutputPlay", "Run the timecode from where it stands, at the type's frame rate"},
     {"buttonOutputStop", "Hold the timecode (triggered streamers and punches still run)"},
     {"textOutputLocate", "A timecode to go to (HH:MM:SS:FF); Return or Locate goes there"},

@@ -365,6 +365,13 @@ TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
     EXPECT_TRUE(waitUntil([&] { return timecode->text() == QLatin1String("02:00:00:00"); }));
     output->findChild<QPushButton*>(QStringLiteral("buttonOutputPlay"))->click();
     EXPECT_TRUE(waitUntil([&] { return timecode->text() > QLatin1String("02:00:00:05"); }));
+    // F11: full screen with the picture alone; Esc: back with the controls.
+    QTest::keyClick(output, Qt::Key_F11);
+    EXPECT_TRUE(output->isFullScreen());
+    EXPECT_FALSE(output->findChild<QWidget*>(QStringLiteral("outputControls"))->isVisible());
+    QTest::keyClick(output, Qt::Key_Escape);
+    EXPECT_FALSE(output->isFullScreen());
+    EXPECT_TRUE(output->findChild<QWidget*>(QStringLiteral("outputControls"))->isVisible());
     // Without a sequencer, chasing MIDI Time Code says so and stays off.
     if (!QFile::exists(QStringLiteral("/dev/snd/seq"))) {
         auto* chase = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputChaseMtc"));
