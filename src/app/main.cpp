@@ -123,7 +123,7 @@ int main(int argc, char** argv)
         host->setPacing(emu::PtyHost::kPortSpeed);
         options.searchDirectory = simulationDir.path();
         options.simulated = true;
-        options.simulatedUnit = &host->unit();
+        options.simulatedUnit = host->sharedUnit();
         const std::vector<uint8_t> test = emu::EmulatedUnit::testLoader();
         options.simulatedLoader = QByteArray(reinterpret_cast<const char*>(test.data()), qsizetype(test.size()));
     }

@@ -10,7 +10,6 @@ namespace emu {
 namespace {
 
 constexpr size_t kRecentTriggers = 64; // enough for every element still on the picture
-constexpr size_t kMaxCues = 100000;
 constexpr size_t kMaxLine = 1024; // the unit's line buffer; longer input is dropped
 constexpr auto kTransferIdle = std::chrono::milliseconds(500);
 const std::string kEnd = "\r\n>";
@@ -98,6 +97,8 @@ std::string EmulatedUnit::receive(std::string_view bytes, Clock::time_point now)
             commands_.push_back(line);
             out += handleLine(line, now);
         }
+        if (pos > 0)
+            ++outputRevision_;
         input_.erase(0, pos);
     }
     changed_.notify_all();
@@ -176,13 +177,13 @@ std::string EmulatedUnit::handleLine(const std::string& line, Clock::time_point 
     }
     if (letter == 'h') {
         cueIns_.clear(); // a transfer replaces the cue list
+        cueListStarted_ = true;
         transferOpen_ = true;
         transferLast_ = now;
         return answer("");
     }
     if (letter == 'f') {
-        if (cueIns_.size() < kMaxCues)
-            cueIns_.push_back(rest.substr(0, rest.find(' ')));
+        addCue(rest);
         if (transferOpen_)
             transferLast_ = now;
         return answer("f");
@@ -468,33 +469,6 @@ bool EmulatedUnit::waitForTriggers(size_t n, std::chrono::milliseconds timeout) 
 {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, timeout, [&] { return triggers_.size() >= n; });
-}
-
-} // namespace emu
-
-namespace emu {
-
-OutputState EmulatedUnit::outputState() const
-{
-    std::lock_guard lock(mutex_);
-    OutputState state;
-    auto copy = [this](char letter, auto& into) {
-        const std::vector<int64_t>& values = settings_.at(letter).values;
-        for (size_t i = 0; i < into.size() && i < values.size(); ++i)
-            into[i] = values[i];
-    };
-    copy('C', state.streamer);
-    copy('E', state.punch);
-    copy('U', state.annunciator);
-    copy('t', state.annunciatorColors);
-    copy('m', state.timecodeWindow);
-    copy('r', state.textLines);
-    state.reference = settings_.at('A').values.at(0);
-    state.barsAndGray = settings_.at('G').values.at(0);
-    state.text = text_;
-    state.triggers = recentTriggers_;
-    state.cueIns = cueIns_;
-    return state;
 }
 
 } // namespace emu

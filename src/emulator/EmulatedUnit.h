@@ -88,6 +88,8 @@ public:
     // What shows on the picture: the settings, the text, the recent
     // triggers with the moment they came, the last cue transfer's In times.
     OutputState outputState() const;
+    // Counts what the unit received: unchanged, so is the output state.
+    uint64_t outputRevision() const;
 
     // Waits until at least n commands (or triggers) were received.
     bool waitForCommands(size_t n, std::chrono::milliseconds timeout) const;
@@ -96,6 +98,7 @@ public:
 private:
     std::string receiveUpdateByte(unsigned char byte, Clock::time_point now);
     std::string handleRecord(const std::string& line);
+    void addCue(const std::string& fields);
 
     struct Setting {
         int count;      // number of fields
@@ -118,7 +121,9 @@ private:
     std::vector<std::string> commands_;
     std::vector<uint8_t> triggers_;
     std::vector<OutputState::Trigger> recentTriggers_;
-    std::vector<std::string> cueIns_;
+    std::vector<OutputState::CueIn> cueIns_;
+    bool cueListStarted_ = false; // an "h" began a cue list
+    uint64_t outputRevision_ = 0;
     std::string text_;
     int probes_ = 0;
     int probeAnswerOn_ = 1;

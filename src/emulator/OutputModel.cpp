@@ -98,7 +98,10 @@ int streamerLeft(int64_t width, int64_t duration, int64_t elapsed)
     const int64_t run = duration * kTicksPerFiftieth;
     if (run <= 0)
         return 0;
-    return int((kEndBarX - width) * elapsed / run);
+    // Rounded down, also when a bar wider than the way to the end bar runs
+    // backwards from the left edge.
+    const int64_t way = (kEndBarX - width) * elapsed;
+    return int(way / run - (way % run < 0 ? 1 : 0));
 }
 
 OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int64_t wallTicks)
@@ -124,9 +127,9 @@ OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int6
         else if (t.note >= kPunchNote0 && t.note < kPunchNote0 + 4)
             flashes.push_back({WallLine, t.wallTicks, t.note - kPunchNote0});
     }
-    for (const std::string& in : state.cueIns) {
+    for (const OutputState::CueIn& in : state.cueIns) {
         int64_t cue = 0;
-        if (parseLabel(in, type, &cue))
+        if (frameOfFields(in.hours, in.minutes, in.seconds, in.frames, type, &cue))
             runs.push_back({TimecodeLine, cue * rate.periodTicks - runTicks, 0, false});
     }
     if (state.reference & 4)
@@ -135,7 +138,7 @@ OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int6
 
     const int width = int(std::clamp<int64_t>(c[1], 0, kOutputWidth));
     const int top = linesOf(c[5]);
-    const int bottom = linesOf(255 - c[6]);
+    const int bottom = linesOf(255 - std::clamp<int64_t>(c[6], 0, 255));
     const int alpha = int(255 - std::clamp<int64_t>(c[7], 0, 255));
     bool running = false;
     if (runTicks > 0) {

@@ -37,7 +37,10 @@ struct OutputState {
         int64_t wallTicks;
     };
     std::vector<Trigger> triggers;               // the most recent note-on triggers
-    std::vector<std::string> cueIns;             // In times of the last cue transfer, as sent
+    struct CueIn {
+        int hours, minutes, seconds, frames;
+    };
+    std::vector<CueIn> cueIns;                   // In times of the last cue transfer
 };
 
 struct Shape {

@@ -192,11 +192,11 @@ void PtyHost::serve()
                         log_("rx: " + printable(in));
                 }
                 const auto delay = std::chrono::milliseconds(delayMs_.load());
-                unit_.setLineSpeed(portSpeed());
-                queueOutput(unit_.receive(in, now), now + delay);
+                unit_->setLineSpeed(portSpeed());
+                queueOutput(unit_->receive(in, now), now + delay);
             }
         }
-        queueOutput(unit_.tick(now), now);
+        queueOutput(unit_->tick(now), now);
 
         {
             std::lock_guard lock(outMutex_);

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -24,7 +25,10 @@ public:
                std::string* error = nullptr);
     void stop();
 
-    EmulatedUnit& unit() { return unit_; }
+    EmulatedUnit& unit() { return *unit_; }
+    // The unit, shared with whoever must keep it while it works (a player
+    // drawing its output).
+    std::shared_ptr<EmulatedUnit> sharedUnit() const { return unit_; }
     const std::string& linkPath() const { return linkPath_; }
     const std::string& slavePath() const { return slavePath_; }
 
@@ -48,7 +52,7 @@ private:
     void serve();
     void queueOutput(std::string bytes, Clock::time_point due);
 
-    EmulatedUnit unit_;
+    std::shared_ptr<EmulatedUnit> unit_ = std::make_shared<EmulatedUnit>();
     int master_ = -1;
     int slaveKeep_ = -1; // keeps the slave open so the panel's open/close cycles do not hang up
     std::string linkPath_;

@@ -78,12 +78,18 @@ bool parseLabel(std::string_view text, int type, int64_t* frame)
                 return false;
         }
     }
+    return frameOfFields(fields[0], fields[1], fields[2], fields[3], type, frame);
+}
+
+bool frameOfFields(int hours, int minutes, int seconds, int frames, int type, int64_t* frame)
+{
     const FrameRate rate = frameRateOf(type);
-    if (fields[0] > 23 || fields[1] > 59 || fields[2] > 59 || fields[3] >= rate.nominal)
+    if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59 || seconds < 0 || seconds > 59 || frames < 0
+        || frames >= rate.nominal)
         return false;
-    if (rate.dropFrame && fields[2] == 0 && fields[3] < 2 && fields[1] % 10 != 0)
+    if (rate.dropFrame && seconds == 0 && frames < 2 && minutes % 10 != 0)
         return false;
-    *frame = frameOfLabel(fields[0], fields[1], fields[2], fields[3], type);
+    *frame = frameOfLabel(hours, minutes, seconds, frames, type);
     return true;
 }
 

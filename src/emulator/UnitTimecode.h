@@ -35,6 +35,9 @@ int64_t framesPerDay(int type);
 // fields are not checked here; the count is taken modulo a day.
 int64_t frameOfLabel(int hours, int minutes, int seconds, int frames, int type);
 std::string labelOfFrame(int64_t frame, int type);
+// The frame of a label's fields; false when the type has no such label (a
+// field out of range, a frame field beyond the rate, a dropped label).
+bool frameOfFields(int hours, int minutes, int seconds, int frames, int type, int64_t* frame);
 // Reads "HH:MM:SS:FF" (the last separator may be ';' or '.'); false when the
 // text is not a timecode of the type (a frame field beyond the rate, a
 // dropped label).

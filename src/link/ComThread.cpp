@@ -298,15 +298,18 @@ void ComThread::enqueue(MsgClass message)
 {
     if (port_->fd == -1 || !worker_.isRunning())
         return; // not connected: dropped silently
-    if (sendTap_)
-        sendTap_(message.buffer());
-    std::lock_guard lock(port_->ioLock);
-    if (port_->txArray.size() >= size_t(kMaxQueued)) {
-        rz48::diag("transmit queue full (%d messages): a command was refused\n", kMaxQueued);
-        return;
+    const QByteArray bytes = message.buffer();
+    {
+        std::lock_guard lock(port_->ioLock);
+        if (port_->txArray.size() >= size_t(kMaxQueued)) {
+            rz48::diag("transmit queue full (%d messages): a command was refused\n", kMaxQueued);
+            return;
+        }
+        port_->txArray.push_back(std::move(message));
+        port_->txCount = int(port_->txArray.size());
     }
-    port_->txArray.push_back(std::move(message));
-    port_->txCount = int(port_->txArray.size());
+    if (sendTap_)
+        sendTap_(bytes); // what was queued, and only that
 }
 
 void ComThread::sendString(const QString& text)

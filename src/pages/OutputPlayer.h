@@ -41,14 +41,6 @@ public:
     bool playing() const;
     int64_t frame() const;
 
-    struct Stats {
-        int64_t shown = 0;     // frames drawn while playing
-        int64_t dropped = 0;   // frames of a run never drawn
-        int64_t doubled = 0;   // frames drawn twice
-        int64_t worstLateNs = 0; // the latest a frame was drawn after it was due
-    };
-    Stats stats() const;
-
 private:
     struct Shared {
         explicit Shared(std::shared_ptr<emu::EmulatedUnit> u)
@@ -56,14 +48,11 @@ private:
         {
         }
         std::shared_ptr<emu::EmulatedUnit> unit;
-        mutable std::mutex lock; // guards transport, generation and stats
+        mutable std::mutex lock; // guards the transport
         emu::Transport transport {1};
-        int generation = 0;      // counts transport changes: a new run of frames
-        Stats stats;
         std::atomic<bool> waiting {false};
     };
     static void run(Shared& shared, rz48::WorkerContext& context);
-    void changed() { ++shared_->generation; }
 
     std::shared_ptr<Shared> shared_;
     rz48::Worker worker_ {"output player"};

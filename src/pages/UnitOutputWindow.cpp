@@ -154,8 +154,10 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     mtc_ = new MtcInput(this);
     mtc_->onPosition([this](const emu::MtcDecoder::Position& p) {
         player_.chase(p);
-        if (type_->currentIndex() != p.type)
+        if (type_->currentIndex() != p.type) {
             type_->setCurrentIndex(p.type);
+            applyLoop(); // the loop's frames at the new rate
+        }
     });
 }
 
@@ -213,9 +215,13 @@ void UnitOutputWindow::applyLoop()
         player_.setLoop(0, 0, false);
         return;
     }
-    if (!readTimecode(loopFirst_, &first) || !readTimecode(loopEnd_, &end))
+    // A loop that cannot be read plays no loop rather than the last one.
+    if (!readTimecode(loopFirst_, &first) || !readTimecode(loopEnd_, &end)) {
+        player_.setLoop(0, 0, false);
         return;
+    }
     if (end <= first) {
+        player_.setLoop(0, 0, false);
         say(tr("The loop's end must come after its start."));
         return;
     }

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 
 namespace emu {
 class EmulatedUnit;
@@ -21,5 +22,5 @@ struct LinkOptions {
     QByteArray simulatedLoader;
     bool simulated = false;
     // The built-in emulated unit, whose output the Unit output window shows.
-    emu::EmulatedUnit* simulatedUnit = nullptr;
+    std::shared_ptr<emu::EmulatedUnit> simulatedUnit;
 };

@@ -21,27 +21,33 @@ UnitOutputWindow* OutputController::window() const
     return window_.data();
 }
 
-void OutputController::setUp(ComThread* link, emu::EmulatedUnit* builtIn)
+void OutputController::setUp(ComThread* link, std::shared_ptr<emu::EmulatedUnit> builtIn)
 {
     if (builtIn) {
-        // Not owned: the built-in unit outlives the panel's windows.
-        source_ = std::shared_ptr<emu::EmulatedUnit>(builtIn, [](emu::EmulatedUnit*) {});
+        source_ = std::move(builtIn);
         return;
     }
     shadow_ = std::make_shared<emu::EmulatedUnit>();
     source_ = shadow_;
     if (link) {
         std::weak_ptr<emu::EmulatedUnit> shadow = shadow_;
-        link->setSendTap([shadow](const QByteArray& bytes) {
-            if (auto unit = shadow.lock())
+        link->setSendTap([shadow, paused = paused_](const QByteArray& bytes) {
+            if (auto unit = shadow.lock(); unit && !*paused)
                 unit->receive(std::string_view(bytes.constData(), size_t(bytes.size())), emu::Clock::now());
         });
     }
 }
 
+void OutputController::setUpdating(bool updating)
+{
+    *paused_ = updating;
+    if (shadow_ && !updating)
+        shadow_->powerCycle();
+}
+
 void OutputController::record(const QString& line)
 {
-    if (!shadow_)
+    if (!shadow_ || *paused_)
         return;
     if (const std::optional<QString> command = rz48::setup::commandFromReport(line))
         shadow_->receive((command->toLatin1() + "\r\n").toStdString(), emu::Clock::now());

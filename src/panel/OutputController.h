@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QString>
 
+#include <atomic>
 #include <memory>
 
 class ComThread;
@@ -23,7 +24,10 @@ public:
     ~OutputController() override;
 
     // `builtIn`: the in-process emulated unit, or none for a real unit.
-    void setUp(ComThread* link, emu::EmulatedUnit* builtIn);
+    void setUp(ComThread* link, std::shared_ptr<emu::EmulatedUnit> builtIn);
+    // While an update runs the shadow is left out: the update's bytes are
+    // not settings. When it ends the shadow starts over.
+    void setUpdating(bool updating);
     // A report line from the unit.
     void record(const QString& line);
     // A new connection: the shadow starts over, like a unit switched on.
@@ -36,5 +40,6 @@ public:
 private:
     std::shared_ptr<emu::EmulatedUnit> source_;
     std::shared_ptr<emu::EmulatedUnit> shadow_;
+    std::shared_ptr<std::atomic<bool>> paused_ = std::make_shared<std::atomic<bool>>(false);
     QPointer<UnitOutputWindow> window_;
 };

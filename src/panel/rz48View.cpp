@@ -182,6 +182,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     connection_->setUp(comThread_.get(), options, [this] { return updates_->firmwareVersion(); });
     setups_->setUp(comThread_.get());
     outputs_->setUp(comThread_.get(), options.simulatedUnit);
+    connect(updates_, &UpdateController::updatingChanged, outputs_, &OutputController::setUpdating);
     // The unit's setup is saved before any update sends its first command.
     updates_->setBeforeUpdate([this](std::function<void(const QString&, const QString&)> then) { setups_->saveBeforeUpdate(std::move(then)); });
     if (!connection_->start())

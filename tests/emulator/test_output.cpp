@@ -24,12 +24,12 @@ constexpr int kRow = 700; // below the punch, the timecode window and the text
 // A unit with a 40-pixel streamer of 2 s (cyan: streamer 0's code 2), a white
 // end bar, punch 0 red at the picture's centre (radius 64) for 5 frames, three
 // times a second apart, the punch at a streamer's end, the timecode window
-// at (768, 32) in 24 pixels, and one cue at 01:00:10:00.
+// at (768, 32) in 24 pixels, red on blue, and one cue at 01:00:10:00.
 struct Output {
     Output()
     {
         for (const char* line : {"C 1a 28 0 64 0 ff ff 0", "E 5 70 77 87 5 64 3 1", "A 4", "U 0 0 6 104 240 1",
-                                 "m 129 96 8 112", "h 0", "f 01:00:10:00 "})
+                                 "m 129 96 8 101", "h 0", "f 01:00:10:00 "})
             unit.receive(std::string(line) + "\r\n", emu::Clock::now());
     }
     QImage at(const char* label, int type = 1, int64_t wallTicks = 0)
@@ -90,6 +90,13 @@ TEST(UnitOutput, StreamerWipesToTheEndBarAndEndsOnItsCue)
     EXPECT_EQ(o.at("01:00:11:00").pixel(960, 540), kRed);
     EXPECT_EQ(o.at("01:00:12:04").pixel(960, 540), kRed);
     EXPECT_EQ(o.at("01:00:13:00").pixel(960, 540), kBlack);
+
+    // A new transfer replaces the list; an "f" line outside a transfer is not a cue.
+    emu::EmulatedUnit fresh;
+    fresh.receive("f 01:00:10:00 \r\n", emu::Clock::now());
+    EXPECT_TRUE(fresh.outputState().cueIns.empty());
+    o.unit.receive("h 0\r\n", emu::Clock::now());
+    EXPECT_EQ(firstColumn(o.at("01:00:09:00"), kCyan), -1);
 }
 
 TEST(UnitOutput, PunchFollowsTheEnablesAndItsReverseFlag)
@@ -116,6 +123,11 @@ TEST(UnitOutput, TriggersRunOnTheWallClock)
     EXPECT_EQ(firstColumn(o.at("00:00:00:00", 1, t0 + 2 * emu::kTicksPerSecond - 1), kWhite), 1687);
     EXPECT_EQ(firstColumn(o.at("00:00:00:00", 1, t0 + 2 * emu::kTicksPerSecond), kWhite), -1) << "over, end bar and all";
 
+    // A bar wider than the way to the end bar starts left of the picture,
+    // its edge rounded down: (1728 - 1920) x 1 / 60000 is -1, not 0.
+    EXPECT_EQ(emu::streamerLeft(1920, 100, 1), -1);
+    EXPECT_EQ(emu::streamerLeft(1920, 100, emu::kTicksPerSecond), -96);
+
     // The accumulating streamer leaves its bar drawn where it passed.
     o.unit.receive(std::string("\x90\x77\x40", 3), now);
     const QImage accumulated = o.at("00:00:00:00", 1, t0 + emu::kTicksPerSecond);
@@ -130,8 +142,10 @@ TEST(UnitOutput, TimecodeWindowRunsWithTheTransportAndColoursFollowTheSettings)
     const QImage a = o.at("01:00:00:00"), b = o.at("01:00:00:01"), again = o.at("01:00:00:00");
     EXPECT_NE(a.copy(box), b.copy(box));
     EXPECT_EQ(a.copy(box), again.copy(box));
-    EXPECT_EQ(a.pixel(769, 33), kBlack) << "pair 0x70: white on black";
-    o.unit.receive("m 1 96 8 112\r\n", emu::Clock::now());
+    EXPECT_EQ(a.pixel(768, 32), 0xFF0000FFu) << "pair 101: red (5) on blue (6)";
+    EXPECT_EQ(a.pixel(767, 32), kBlack);
+    EXPECT_NE(firstColumn(a, kRed, 32 + 14), -1) << "red digits";
+    o.unit.receive("m 1 96 8 101\r\n", emu::Clock::now());
     EXPECT_EQ(o.at("01:00:00:01").copy(box), o.at("01:00:00:00").copy(box)) << "hidden: bit 7 clear";
     o.unit.receive("G 1\r\n", emu::Clock::now());
     EXPECT_EQ(o.at("01:00:00:00").pixel(10, 10), qRgb(191, 191, 191)) << "colour bars";
@@ -239,7 +253,7 @@ TEST(MtcDecoder, QuarterFramesBothWaysFullFramesAndDropouts)
     EXPECT_FALSE(d.feed(forward.data(), 7, t0)) << "not a whole set yet";
     EXPECT_TRUE(d.feed(forward.data() + 7, forward.size() - 7, t0));
     ASSERT_TRUE(d.position());
-    EXPECT_EQ(d.position()->frame, emu::frameOfLabel(1, 2, 3, 4, 1) + 2);
+    EXPECT_EQ(d.position()->frame, 93081) << "01:02:03:04 at 25 fps is 3723 x 25 + 4 = 93079, and two frames on";
     EXPECT_EQ(d.position()->type, 1);
     EXPECT_EQ(d.position()->direction, 1);
 
@@ -250,7 +264,7 @@ TEST(MtcDecoder, QuarterFramesBothWaysFullFramesAndDropouts)
 
     const std::vector<uint8_t> backward = quarterFrames(10, 0, 0, 10, 2, true);
     EXPECT_TRUE(d.feed(backward.data(), backward.size(), t0 + 1s));
-    EXPECT_EQ(d.position()->frame, emu::frameOfLabel(10, 0, 0, 10, 2) - 2);
+    EXPECT_EQ(d.position()->frame, 1078928) << "10:00:00;10 is 36000 x 30 + 10 - 2 x 540 = 1078930, two frames back";
     EXPECT_EQ(d.position()->type, 2);
     EXPECT_EQ(d.position()->direction, -1);
 
@@ -263,7 +277,7 @@ TEST(MtcDecoder, QuarterFramesBothWaysFullFramesAndDropouts)
 
     const uint8_t full[] = {0xF0, 0x7F, 0x7F, 0x01, 0x01, 0x61, 0x02, 0x03, 0x04, 0xF7};
     EXPECT_TRUE(fresh.feed(full, sizeof full, t0));
-    EXPECT_EQ(fresh.position()->frame, emu::frameOfLabel(1, 2, 3, 4, 3));
+    EXPECT_EQ(fresh.position()->frame, 111694) << "3723 x 30 + 4";
     EXPECT_EQ(fresh.position()->type, 3);
     EXPECT_EQ(fresh.position()->direction, 0);
     const uint8_t badFull[] = {0xF0, 0x7F, 0x7F, 0x01, 0x01, 0x21, 0x02, 0x03, 0x19, 0xF7}; // frame 25 at 25 fps

@@ -92,7 +92,7 @@ protected:
         ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
         LinkOptions options = noUnit();
         if (builtIn)
-            options.simulatedUnit = &host.unit();
+            options.simulatedUnit = host.sharedUnit();
         view->awakeFromNib(options);
         ASSERT_TRUE(view->comThread()->isRunning());
         ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
