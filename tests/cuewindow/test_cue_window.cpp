@@ -4,6 +4,7 @@
 #include "cuewindow/CueDocument.h"
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
+#include "emulator/OutputModel.h"
 #include "pages/MonitorView.h"
 #include "support/PanelFixture.h"
 
@@ -87,6 +88,20 @@ TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
               (std::vector<std::string> {"h 0", "f 01:00:00:00 01:00:05:00", "f 01:00:10:00 "}));
     EXPECT_EQ(view->tabView()->currentIndex(), 2);
     EXPECT_TRUE(alerts.messages.isEmpty());
+    // The unit plays the list: at 30 fps each cue's 2 s streamer is on its
+    // last frame just before the cue ((1728 - 40) x 59 / 60 = 1659) and gone on it.
+    const emu::OutputState output = host.unit().outputState();
+    ASSERT_EQ(output.cueIns.size(), 2u);
+    auto bars = [&](int64_t frame) {
+        std::vector<int> left;
+        for (const emu::Shape& s : emu::composeFrame(output, 3, frame, 0).shapes)
+            if (s.kind == emu::Shape::Kind::Rect)
+                left.push_back(s.x);
+        return left;
+    };
+    EXPECT_EQ(bars(108000 + 299), (std::vector<int> {1659, 1728})) << "01:00:09:29: the streamer and the end bar";
+    EXPECT_EQ(bars(108000 + 300), std::vector<int> {}) << "01:00:10:00";
+    EXPECT_EQ(bars(108000 - 60), (std::vector<int> {0, 1728})) << "the first cue's starts at 00:59:58:00";
 
     // A cue without an In time stops the transfer: the alert and the Update tab say where.
     QList<CueItem> items = doc->collection();
