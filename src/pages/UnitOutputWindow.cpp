@@ -72,9 +72,15 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     resize(960, 620);
     picture_ = new OutputPicture(frame_, this);
 
+    // Two rows, so that the window fits a small screen at twice the scale:
+    // the transport and its timecode, then the loop, the rate and the chase.
     controls_ = new QWidget(this);
     controls_->setObjectName(QStringLiteral("outputControls"));
-    auto* row = new QHBoxLayout(controls_);
+    auto* rows = new QVBoxLayout(controls_);
+    auto* row = new QHBoxLayout;
+    auto* second = new QHBoxLayout;
+    rows->addLayout(row);
+    rows->addLayout(second);
     auto button = [&](const char* name, const QString& text, auto slot) {
         auto* b = new QPushButton(text, controls_);
         b->setObjectName(QLatin1String(name));
@@ -96,6 +102,15 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
         if (readTimecode(locate_, &frame))
             player_.locate(frame);
     });
+    row->addStretch(1);
+    timecode_ = new QLabel(QStringLiteral("--:--:--:--"), controls_);
+    timecode_->setObjectName(QStringLiteral("labelOutputTimecode"));
+    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    mono.setPointSizeF(mono.pointSizeF() * 1.6);
+    timecode_->setFont(mono);
+    row->addWidget(timecode_);
+
+    row = second;
     loop_ = new QCheckBox(tr("Loop"), controls_);
     loop_->setObjectName(QStringLiteral("checkBoxOutputLoop"));
     row->addWidget(loop_);
@@ -118,12 +133,6 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     connect(chase_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseChanged);
     row->addWidget(chase_);
     row->addStretch(1);
-    timecode_ = new QLabel(QStringLiteral("--:--:--:--"), controls_);
-    timecode_->setObjectName(QStringLiteral("labelOutputTimecode"));
-    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    mono.setPointSizeF(mono.pointSizeF() * 1.6);
-    timecode_->setFont(mono);
-    row->addWidget(timecode_);
 
     footer_ = new QWidget(this);
     auto* below = new QHBoxLayout(footer_);

@@ -1,10 +1,12 @@
-// The panel and the cue window on a 1920 x 1080 screen at the scale the
+// The panel, the cue window and the unit output window on a 1920 x 1080 screen at the scale the
 // environment sets (QT_SCALE_FACTOR; one process per scale): each window lies
 // inside the screen's available area, and no visible control is smaller than
 // it needs (the panel scrolls instead).
 #include "app/MainWindow.h"
 #include "app/MessageBoxAlerts.h"
 #include "cuewindow/CueDocument.h"
+#include "pages/UnitOutputWindow.h"
+#include "panel/OutputController.h"
 #include "panel/rz48View.h"
 #include "support/TestSupport.h"
 
@@ -54,9 +56,12 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
     EXPECT_FALSE(window.windowIcon().pixmap(32).isNull()); // the program's icon, not a generic one
     QWidget* cues = window.view()->cueDocument()->window();
     ASSERT_NE(cues, nullptr);
-    rz48test::waitUntil([&] { return window.isVisible() && cues->isVisible(); }, 2000);
+    window.view()->outputs()->showWindow(1);
+    QWidget* output = window.view()->outputs()->window();
+    ASSERT_NE(output, nullptr);
+    rz48test::waitUntil([&] { return window.isVisible() && cues->isVisible() && output->isVisible(); }, 2000);
 
-    for (QWidget* w : {static_cast<QWidget*>(&window), cues}) {
+    for (QWidget* w : {static_cast<QWidget*>(&window), cues, output}) {
         EXPECT_TRUE(area.contains(w->frameGeometry())) << w->objectName().toStdString() << " at "
                                                        << w->frameGeometry().x() << "," << w->frameGeometry().y() << " "
                                                        << w->frameGeometry().width() << "x" << w->frameGeometry().height();
@@ -68,8 +73,8 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
         const QStringList found = squeezed(&window);
         EXPECT_TRUE(found.isEmpty()) << "tab " << i << ": " << found.join(QStringLiteral("; ")).toStdString();
     }
-    const QStringList found = squeezed(cues);
-    EXPECT_TRUE(found.isEmpty()) << "cue window: " << found.join(QStringLiteral("; ")).toStdString();
+    const QStringList found = squeezed(cues) + squeezed(output);
+    EXPECT_TRUE(found.isEmpty()) << "cue or output window: " << found.join(QStringLiteral("; ")).toStdString();
 }
 
 // An alert that is still open is not stacked again; another one is shown.
