@@ -25,6 +25,11 @@ expect 2 "rz48panel with a stray argument" "$panel" stray
 expect 2 "rz48panel --tab 9" "$panel" --tab 9
 expect 2 "rz48cue with no command" "$cue"
 expect 2 "rz48-emu --late soon" "$emu" --late soon
+expect 2 "rz48-emu render with no setup" "$emu" render --at 01:00:00:00 -o "$out.png"
+expect 2 "rz48-emu render --tctype 7" "$emu" render --setup /dev/null --tctype 7 --at 01:00:00:00 -o "$out.png"
+expect 0 "rz48-emu render without a display" "$emu" render --setup /dev/null --at 01:00:00:00 -o "$out.png"
+[ "$(head -c 4 "$out.png" 2>/dev/null | od -An -tx1 | tr -d ' \n')" = "89504e47" ] || { echo "rz48-emu render wrote no PNG"; fail=1; }
+rm -f "$out.png"
 expect 2 "rz48fw with no command" "$fw"
 expect 2 "rz48fw check with no file" "$fw" check
 expect 2 "rz48fw check of a .bin" "$fw" check image.bin
