@@ -5,6 +5,7 @@
 #include "link/ComThread.h"
 #include "pages/UnitOutputWindow.h"
 #include "panel/Tooltips.h"
+#include "widgets/WindowPlacement.h"
 
 OutputController::OutputController(QObject* parent)
     : QObject(parent)
@@ -68,6 +69,7 @@ void OutputController::showWindow(int timecodeType)
         window_->setAttribute(Qt::WA_QuitOnClose, false);
         window_->setTimecodeType(timecodeType);
         rz48::applyTooltips(window_);
+        rz48::fitOnScreen(window_); // a small screen, or a large scale
     }
     window_->show();
     window_->raise();
