@@ -55,6 +55,8 @@ def main(results, output):
                         "dropped", "doubled", "worst_late_ms"):
                 if key in b:
                     value = b[key]
+                    if isinstance(value, float) and value.is_integer():
+                        value = int(value)  # a count: all its digits
                     extra.append("%s %s" % (key.replace("_", " "), ("%.3g" % value) if isinstance(value, float) else value))
             text, limit = target_for(name)
             verdict = ""
