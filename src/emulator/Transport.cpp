@@ -21,17 +21,16 @@ Transport::Transport(int type)
 
 void Transport::setType(int type, Clock::time_point now)
 {
+    // The same label where the new type has it; a frame field beyond the new
+    // rate becomes its last frame, a dropped label the first one kept.
     const std::string label = labelOfFrame(frameAt(now), type_);
+    const FrameRate rate = frameRateOf(type);
+    const int h = std::stoi(label.substr(0, 2)), m = std::stoi(label.substr(3, 2)), s = std::stoi(label.substr(6, 2));
+    int f = std::min(std::stoi(label.substr(9, 2)), rate.nominal - 1);
+    if (rate.dropFrame && s == 0 && f < 2 && m % 10 != 0)
+        f = 2;
     type_ = type;
-    int64_t frame = 0;
-    if (!parseLabel(label, type, &frame)) {
-        // A frame field the new rate lacks, or a dropped label: the nearest before it.
-        const FrameRate rate = frameRateOf(type);
-        const int h = std::stoi(label.substr(0, 2)), m = std::stoi(label.substr(3, 2)), s = std::stoi(label.substr(6, 2));
-        const int f = std::min(std::stoi(label.substr(9, 2)), rate.nominal - 1);
-        frame = frameOfLabel(h, m, s, rate.dropFrame && s == 0 && f < 2 && m % 10 ? 2 : f, type);
-    }
-    locate(frame, now);
+    locate(frameOfLabel(h, m, s, f, type), now);
 }
 
 void Transport::play(Clock::time_point now)

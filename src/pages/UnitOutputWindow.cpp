@@ -92,16 +92,13 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     button("buttonOutputStop", tr("Stop"), [this] { player_.halt(); });
     locate_ = timecodeField("textOutputLocate", QStringLiteral("01:00:00:00"), controls_);
     row->addWidget(locate_);
-    button("buttonOutputLocate", tr("Locate"), [this] {
+    auto locate = [this] {
         int64_t frame = 0;
         if (readTimecode(locate_, &frame))
             player_.locate(frame);
-    });
-    connect(locate_, &QLineEdit::returnPressed, this, [this] {
-        int64_t frame = 0;
-        if (readTimecode(locate_, &frame))
-            player_.locate(frame);
-    });
+    };
+    button("buttonOutputLocate", tr("Locate"), locate);
+    connect(locate_, &QLineEdit::returnPressed, this, locate);
     row->addStretch(1);
     timecode_ = new QLabel(QStringLiteral("--:--:--:--"), controls_);
     timecode_->setObjectName(QStringLiteral("labelOutputTimecode"));
