@@ -53,7 +53,7 @@ int main(int argc, char** argv)
         "Finds the unit on a USB serial port (entries of /dev whose names contain\n"
         "tty.usbserial or ttyUSB), reads all of its settings, shows them as controls\n"
         "and writes every change back to the unit at once.\n"
-        "Exit status: 0 done, 1 the emulated unit or a screenshot failed, 2 wrong usage,\n"
+        "Exit status: 0 done, 1 no display, or the emulated unit or a screenshot failed, 2 wrong usage,\n"
         "3 (--list-ports) no unit answered."));
     parser.addHelpOption();
     parser.addVersionOption();
@@ -92,14 +92,29 @@ int main(int argc, char** argv)
     const int tabIndex = parser.isSet(tab) ? parser.value(tab).toInt(&tabOk) : 0;
     if (!tabOk || tabIndex < 0 || tabIndex > 4)
         return usageError(QStringLiteral("--tab takes 0 to 4"));
-    const bool windowless = parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("version")) || parser.isSet(list);
+    const bool help = parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all"));
+    const bool windowless = help || parser.isSet(QStringLiteral("version")) || parser.isSet(list);
+#ifndef Q_OS_MACOS
+    // Without a display the window system would abort the program: say so
+    // and how to run it instead. A screenshot needs no display.
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    const bool needsDisplay = platform.isEmpty() || platform.startsWith("xcb") || platform.startsWith("wayland");
+    if (!windowless && needsDisplay && qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        if (!parser.isSet(screenshot)) {
+            std::fprintf(stderr, "rz48panel: no display (DISPLAY and WAYLAND_DISPLAY are not set): run it on a desktop, "
+                                 "or without one as rz48panel --simulate --screenshot FILE.png, or with QT_QPA_PLATFORM=offscreen\n");
+            return 1;
+        }
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+#endif
     const std::unique_ptr<QCoreApplication> application = windowless
         ? std::make_unique<QCoreApplication>(argc, argv)
         : std::make_unique<QApplication>(argc, argv);
     QCoreApplication& app = *application;
     if (!windowless) // the desktop entry's name, so that docks show the program's icon
         QGuiApplication::setDesktopFileName(QStringLiteral("org.rz48.Panel"));
-    if (parser.isSet(QStringLiteral("help")))
+    if (help)
         parser.showHelp(0);
     if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();

@@ -1,6 +1,7 @@
 // rz48cue: cue lists away from the unit. Converts a cue sheet or any text
 // with timecodes into a cue sheet (.txt) or a MIDI cue track (.mid), and
 // lists what a MIDI file holds.
+#include "common/FileIo.h"
 #include "common/FilePanels.h"
 #include "common/Program.h"
 #include "cuelist/CueCheck.h"
@@ -29,12 +30,10 @@ int fail(const QString& message, int code = 1)
 
 int dump(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(QStringLiteral("cannot open %1: %2").arg(path, file.errorString()));
-    if (file.size() > kMaxMidiBytes)
-        return fail(QStringLiteral("%1 has %2 bytes; a MIDI cue track has at most %3").arg(path).arg(file.size()).arg(kMaxMidiBytes));
-    const QByteArray bytes = file.readAll();
+    QByteArray bytes;
+    QString error;
+    if (!rz48::readFileBounded(path, kMaxMidiBytes, bytes, &error))
+        return fail(QStringLiteral("cannot read %1: %2").arg(path, error));
     if (!bytes.startsWith("MThd"))
         return fail(QStringLiteral("%1 is not a Standard MIDI File: it does not begin with \"MThd\"").arg(path));
     MidiTrack track;
@@ -142,9 +141,14 @@ int main(int argc, char** argv)
         return fail(QStringLiteral("--start takes a timecode HH:MM:SS:FF, not \"%1\"").arg(parser.value(start)), 2);
     bool offsetOk = false;
     const double offsetSeconds = parser.value(offset).toDouble(&offsetOk);
-    if (!offsetOk)
-        return fail(QStringLiteral("--offset takes a number of seconds, not \"%1\"").arg(parser.value(offset)), 2);
+    // A day either way at most: the MIDI file's times are taken from it.
+    if (!offsetOk || !std::isfinite(offsetSeconds) || std::abs(offsetSeconds) > 86400)
+        return fail(QStringLiteral("--offset takes a number of seconds from -86400 to 86400, not \"%1\"").arg(parser.value(offset)), 2);
     const QString in = args[1];
+    // Never written over what is read: free text would become a sheet, a
+    // sheet would lose its cue IDs' form.
+    if (!checking && rz48::sameFile(in, args[2]))
+        return fail(QStringLiteral("%1 is the file read: write the output to another file").arg(args[2]), 2);
 
     rz48::cuesheet::Options options;
     QList<CueItem> cues;

@@ -1,11 +1,11 @@
 // rz48fw: checks an update file for the RZ-48 before the session, with the
 // same check the panel runs before it sends anything to the unit.
+#include "common/FileIo.h"
 #include "common/Program.h"
 #include "update/FirmwareCheck.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QFile>
 
 #include <cstdio>
 
@@ -30,19 +30,10 @@ int check(const QString& path)
     const FirmwareKind kind = firmwareKindOf(path);
     if (kind == FirmwareKind::Unknown)
         return rz48::usageError(QStringLiteral("%1: the kind of file is told by its extension, .s19 or .mcs").arg(path));
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        std::fprintf(stderr, "rz48fw: cannot read %s: %s\n", qPrintable(path), qPrintable(file.errorString()));
-        return 3;
-    }
-    if (file.size() > kMaxFileBytes) {
-        std::fprintf(stderr, "rz48fw: %s has %lld bytes; an update file has at most %lld\n", qPrintable(path),
-                     static_cast<long long>(file.size()), static_cast<long long>(kMaxFileBytes));
-        return 1;
-    }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        std::fprintf(stderr, "rz48fw: cannot read %s: %s\n", qPrintable(path), qPrintable(file.errorString()));
+    QByteArray bytes;
+    QString error;
+    if (!rz48::readFileBounded(path, kMaxFileBytes, bytes, &error)) {
+        std::fprintf(stderr, "rz48fw: cannot read %s: %s\n", qPrintable(path), qPrintable(error));
         return 3;
     }
     const FirmwareCheck result = checkFirmwareFile(kind, bytes);

@@ -25,12 +25,4 @@ QString askOpenPath(const QString& title, const QStringList& suffixes);
 QString askSavePathWithExtension(const QString& title, const QString& extension);
 QString askOpenPathWithExtension(const QString& title, const QString& extension, const QStringList& offered);
 
-// Writes a file whole or not at all: a crash mid-way leaves the old file
-// as it was. Returns false (with the reason in `error`) when it fails.
-bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* error = nullptr);
-
-// Reads a whole UTF-8 text file of at most `maxBytes`; false (with the
-// reason in `error`) when it cannot be read, is larger, or is not UTF-8.
-bool readUtf8File(const QString& path, qint64 maxBytes, QString& text, QString* error = nullptr);
-
 } // namespace rz48

@@ -17,7 +17,11 @@ std::optional<PosixRegex::Match> PosixRegex::firstMatch(const QString& text) con
 {
     if (!ok_)
         return std::nullopt;
-    const QByteArray utf8 = text.toUtf8();
+    // regexec reads a C string: a NUL byte would end the text early and hide
+    // what follows it. It stands in as another control character, which
+    // keeps every offset.
+    QByteArray utf8 = text.toUtf8();
+    utf8.replace('\0', '\x01');
     regmatch_t match[1];
     if (regexec(&compiled_, utf8.constData(), 1, match, 0) != 0)
         return std::nullopt;

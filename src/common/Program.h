@@ -24,13 +24,14 @@ inline void describeProgram(QCommandLineParser& parser, const char* name, const 
     parser.addVersionOption();
 }
 
-// Parses the program's arguments: --help and --version print and exit 0;
+// Parses the program's arguments: --help (and --help-all, which Qt's help
+// option offers) and --version print and exit 0;
 // false on a usage error (the parser's errorText() says which).
 inline bool parseArguments(QCommandLineParser& parser)
 {
     if (!parser.parse(QCoreApplication::arguments()))
         return false;
-    if (parser.isSet(QStringLiteral("help")))
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all")))
         parser.showHelp(0);
     if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();

@@ -1,5 +1,6 @@
 #include "cuelist/CueCheck.h"
 
+#include "common/TimecodeLabel.h"
 #include "timecode/TCFormatter.h"
 #include "timecode/TcCalculator.h"
 
@@ -43,8 +44,7 @@ Time readTime(const QString& stored, int type)
     const QRegularExpressionMatch m = form.match(shown);
     if (!m.hasMatch())
         return {};
-    if (m.captured(1).toInt() > 23 || m.captured(2).toInt() > 59 || m.captured(3).toInt() > 59
-        || m.captured(4).toInt() >= TcCalculator::framesPerSecond(type))
+    if (!rz48::labelExists(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(), m.captured(4).toInt(), type))
         return {};
     QString colons = shown;
     colons[8] = u':';
@@ -66,6 +66,13 @@ QList<Finding> checkCueList(const QList<CueItem>& items, const rz48::cuesheet::O
     if (type < 0 || type > 3) {
         add(0, Severity::Error, QStringLiteral("timecode type %1 is not one of 0 to 3 (24, 25, 30 drop-frame, 30 fps)").arg(type));
         type = 3;
+    }
+    for (const QString& line : options.unreadLines) {
+        QString shownLine = line;
+        shownLine.replace(u'\t', u' ');
+        add(0, Severity::Warning, line.startsWith(QLatin1String(";start"))
+                ? QStringLiteral("option line \"%1\": not a timecode HH:MM:SS:FF, the MIDI start reads it as it stands").arg(shownLine)
+                : QStringLiteral("option line \"%1\": not a number, read as timecode type %2").arg(shownLine).arg(options.tctype));
     }
     const int fps = TcCalculator::framesPerSecond(type);
     const int64_t streamerFrames = int64_t(std::max(0.0, streamerSeconds) * fps);
@@ -107,6 +114,20 @@ QList<Finding> checkCueList(const QList<CueItem>& items, const rz48::cuesheet::O
     // In the order of their In times, as the sort before a MIDI export puts them.
     std::stable_sort(timed.begin(), timed.end(), [](const Cue& a, const Cue& b) { return a.in < b.in; });
     const int64_t tpf = ticksPerFrame(type);
+    // The MIDI track's first delta runs from its start to the first cue.
+    if (!timed.isEmpty()) {
+        const QString startText = options.start.trimmed();
+        const Time start = TcCalculator().isTc(startText) ? readTime(startText, type) : Time {false, 0};
+        const Cue& first = timed.front();
+        if (!start.frames)
+            add(0, Severity::Error, QStringLiteral("the MIDI start %1 is not a time at %2 fps").arg(startText).arg(fps));
+        else if (first.in < *start.frames)
+            add(first.row, Severity::Error, QStringLiteral("In %1 is before the MIDI start %2: the MIDI track fires it at a wrong time")
+                                                .arg(timeText(items[first.row - 1].cueIn), startText));
+        else if ((first.in - *start.frames) * tpf > kLargestDelta)
+            add(first.row, Severity::Error, QStringLiteral("In %1 is more than a MIDI delta holds (about 3 h 53 min) after the MIDI start %2: the MIDI track fires it at a wrong time")
+                                                .arg(timeText(items[first.row - 1].cueIn), startText.isEmpty() ? QStringLiteral("00:00:00:00") : startText));
+    }
     for (qsizetype i = 0; i + 1 < timed.size(); ++i) {
         const Cue& a = timed[i];
         const Cue& b = timed[i + 1];

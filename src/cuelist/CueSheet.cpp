@@ -6,6 +6,8 @@
 #include "timecode/TcCalculator.h"
 
 
+#include <QRegularExpression>
+
 #include <algorithm>
 
 #include <vector>
@@ -91,10 +93,16 @@ void initValueFromString(const QString& line, Options& o)
         o.cueId = boolValue(value);
     else if (key == QLatin1String(";pulldown"))
         o.pulldown = boolValue(value);
-    else if (key == QLatin1String(";start"))
+    else if (key == QLatin1String(";start")) {
         o.start = value;
-    else if (key == QLatin1String(";tctype"))
+        if (!value.trimmed().isEmpty() && !TcCalculator().isTc(value.trimmed()))
+            o.unreadLines << trimmed;
+    } else if (key == QLatin1String(";tctype")) {
         o.tctype = rz48::intValue(value);
+        static const QRegularExpression number(QStringLiteral("^\\s*[+-]?\\d+\\s*$"));
+        if (!number.match(value).hasMatch())
+            o.unreadLines << trimmed;
+    }
 }
 
 bool containsCueTime(const QString& text)

@@ -26,6 +26,10 @@ struct Options {
     bool pulldown = false;  // MIDI export with pull-down
     QString start;          // MIDI export start timecode, as typed
     int tctype = 3;         // 0 = 24, 1 = 25, 2 = 30 drop, 3 = 30 non-drop
+    // Option lines whose value does not read as what the option holds (a
+    // ";start" that is not a timecode, a ";tctype" that is not a number):
+    // taken as the sheet has always taken them, and named by the check.
+    QStringList unreadLines;
     bool operator==(const Options&) const = default;
 };
 

@@ -10,6 +10,7 @@
 #include <qpdf/QPDFObjectHandle.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
+#include <qpdf/Pipeline.hh>
 
 #include <poppler/cpp/poppler-document.h>
 #include <poppler/cpp/poppler-page.h>
@@ -23,6 +24,60 @@ namespace rz48::pdf {
 namespace {
 
 constexpr int kMaxDictionaryDepth = 32;
+// What one page's content may decode to. A cue sheet's page is a few
+// hundred KiB of text operators; a stream that inflates past this is
+// refused before it costs seconds and gigabytes.
+constexpr size_t kMaxPageContentBytes = 4 * 1024 * 1024;
+
+// Takes decoded bytes up to a bound, and stops the decoding past it.
+class BoundedSink : public Pipeline {
+public:
+    BoundedSink(size_t limit, std::string* kept)
+        : Pipeline("bounded content", nullptr)
+        , limit_(limit)
+        , kept_(kept)
+    {
+    }
+    void write(unsigned char const* data, size_t len) override
+    {
+        if (exceeded_ || len > limit_ - total_) {
+            exceeded_ = true;
+            throw std::length_error("the content is larger than its bound");
+        }
+        total_ += len;
+        if (kept_)
+            kept_->append(reinterpret_cast<const char*>(data), len);
+    }
+    void finish() override {}
+    bool exceeded() const { return exceeded_; }
+
+private:
+    size_t limit_;
+    size_t total_ = 0;
+    std::string* kept_;
+    bool exceeded_ = false;
+};
+
+QString tooLarge(size_t page)
+{
+    return QStringLiteral("page %1 decodes to more than %2 MiB: too large for a cue sheet").arg(page).arg(kMaxPageContentBytes / (1024 * 1024));
+}
+
+// A page's decoded content (its form XObjects counted too, unless `kept` is
+// given, which takes the page's own content only); false past the bound.
+bool decodePage(QPDFPageObjectHelper& page, std::string* kept)
+{
+    BoundedSink sink(kMaxPageContentBytes, kept);
+    try {
+        page.pipeContents(&sink);
+        if (!kept)
+            for (auto& [name, form] : page.getFormXObjects())
+                if (form.isStream())
+                    form.pipeStreamData(&sink, 0, qpdf_dl_generalized, true);
+    } catch (const std::length_error&) {
+    }
+    return !sink.exceeded();
+}
 
 QString fromStd(const std::string& s)
 {
@@ -161,6 +216,15 @@ int32_t getAuthorAndCreator(const QString& path, DocumentInfo& info, QString* er
                 *error = QStringLiteral("the PDF has no pages");
             return -1;
         }
+        // Every page within the bound, before any reader decodes one.
+        std::vector<QPDFPageObjectHelper> pages = QPDFPageDocumentHelper(pdf).getAllPages();
+        for (size_t i = 0; i < pages.size(); ++i) {
+            if (!decodePage(pages[i], nullptr)) {
+                if (error)
+                    *error = tooLarge(i + 1);
+                return -1;
+            }
+        }
         std::set<QPDFObjGen> seen;
         visitInfo(pdf.getTrailer().getKey("/Info"), info, 0, seen);
         return 0;
@@ -184,8 +248,14 @@ bool scanFirstPage(const QString& path, QList<PDFStringTableItem>& fragments, QS
                 *error = QStringLiteral("the PDF has no pages");
             return false;
         }
+        std::string content;
+        if (!decodePage(pages.front(), &content)) {
+            if (error)
+                *error = tooLarge(1);
+            return false;
+        }
         TextScanner scanner(fragments);
-        pages.front().parseContents(&scanner);
+        QPDFObjectHandle::parseContentStream(QPDFObjectHandle::newStream(&pdf, content), &scanner);
         return true;
     } catch (const std::exception& e) {
         if (error)

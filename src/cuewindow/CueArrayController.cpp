@@ -1,5 +1,6 @@
 #include "cuewindow/CueArrayController.h"
 
+#include "common/FileIo.h"
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
 #include "cuewindow/CueDocument.h"

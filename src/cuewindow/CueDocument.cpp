@@ -1,5 +1,6 @@
 #include "cuewindow/CueDocument.h"
 
+#include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
@@ -318,13 +319,17 @@ void CueDocument::tableViewSelectionDidChange()
 {
     if (!table_)
         return;
+    // The topmost selected row as the table shows it, and its cue: the
+    // table may be sorted by a column, so its rows are mapped to the list's.
     int first = -1;
     for (const QModelIndex& index : table_->selectionModel()->selectedRows())
         if (first < 0 || index.row() < first)
             first = index.row();
-    // The row's index in the table picks the cue of the document's own order.
-    if (first >= 0 && first < collection().size())
-        sendCueItemText(collection()[first]);
+    if (first < 0)
+        return;
+    const int cue = arranged_->mapToSource(arranged_->index(first, 0)).row();
+    if (cue >= 0 && cue < collection().size())
+        sendCueItemText(collection()[cue]);
 }
 
 QList<rz48::cuecheck::Finding> CueDocument::onCheck()
@@ -407,17 +412,13 @@ void CueDocument::onImportMidi()
     const QString path = rz48::askOpenPath(tr("Import MIDI file"), {QStringLiteral("mid")});
     if (path.isEmpty())
         return;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        rz48::showAlert(tr("cannot open %1").arg(path), file.errorString());
+    QByteArray bytes;
+    QString error;
+    if (!rz48::readFileBounded(path, kMaxMidiBytes, bytes, &error)) {
+        rz48::showAlert(tr("cannot open %1").arg(path), error);
         return;
     }
-    if (file.size() > kMaxMidiBytes) {
-        rz48::showAlert(tr("%1 is too large for a MIDI cue track").arg(path),
-                        tr("%1 bytes; at most %2 are read.").arg(file.size()).arg(kMaxMidiBytes));
-        return;
-    }
-    midiTrack_.importListing(file.readAll());
+    midiTrack_.importListing(bytes);
 }
 
 QString CueDocument::onButtonTest(bool* passed)

@@ -1,5 +1,7 @@
 #include "emulator/UnitTimecode.h"
 
+#include "common/TimecodeLabel.h"
+
 #include <cstdio>
 
 namespace emu {
@@ -83,11 +85,7 @@ bool parseLabel(std::string_view text, int type, int64_t* frame)
 
 bool frameOfFields(int hours, int minutes, int seconds, int frames, int type, int64_t* frame)
 {
-    const FrameRate rate = frameRateOf(type);
-    if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59 || seconds < 0 || seconds > 59 || frames < 0
-        || frames >= rate.nominal)
-        return false;
-    if (rate.dropFrame && seconds == 0 && frames < 2 && minutes % 10 != 0)
+    if (!rz48::labelExists(hours, minutes, seconds, frames, type < 0 || type > 3 ? 3 : type))
         return false;
     *frame = frameOfLabel(hours, minutes, seconds, frames, type);
     return true;

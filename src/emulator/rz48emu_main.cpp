@@ -6,15 +6,16 @@
 #include "emulator/PtyHost.h"
 #include "emulator/UnitTimecode.h"
 
+#include "common/FileIo.h"
+
+#include <QBuffer>
 #include <QGuiApplication>
-#include <QSaveFile>
 
 #include <csignal>
 #include <filesystem>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 #include <unistd.h>
@@ -22,6 +23,9 @@
 namespace {
 
 volatile std::sig_atomic_t g_stop = 0;
+
+constexpr qint64 kMaxSetupBytes = 1024 * 1024;
+constexpr qint64 kMaxSheetBytes = 64 * 1024 * 1024;
 
 void onSignal(int)
 {
@@ -55,21 +59,24 @@ void usage(FILE* out)
         "streamers end on their In times) at the sheet's timecode type (;tctype, default 1:\n"
         "25 frames a second; --tctype N sets it: 0 24, 1 25, 2 29.97 drop-frame, 3 30).\n"
         "\n"
-        "Exit status: 0 stopped by a signal, 1 the pseudo-terminal could not be made, 2 wrong usage.\n",
+        "Exit status: 0 stopped by a signal (render: the frame was written), 1 the pseudo-terminal\n"
+        "could not be made (render: a file could not be read or written), 2 wrong usage.\n",
         out);
 }
 
-bool readLines(const std::string& path, std::vector<std::string>& lines)
+// A file's lines (LF, CR LF or CR ends), read with a bound; false with the
+// reason in `error`.
+bool readLines(const std::string& path, qint64 maxBytes, std::vector<std::string>& lines, std::string* error)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    QByteArray bytes;
+    QString why;
+    if (!rz48::readFileBounded(QString::fromLocal8Bit(path.c_str()), maxBytes, bytes, &why)) {
+        *error = why.toStdString();
         return false;
-    for (std::string line; std::getline(in, line);) {
-        while (!line.empty() && (line.back() == '\r' || line.back() == '\n'))
-            line.pop_back();
-        lines.push_back(line);
     }
-    return !in.bad();
+    for (const QByteArray& line : rz48::splitLines(bytes))
+        lines.push_back(line.toStdString());
+    return true;
 }
 
 // The first timecode in a sheet line at or after `from`, as the sheet reader
@@ -101,6 +108,10 @@ int renderMain(int argc, char** argv)
     int type = -1;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
+        if (arg == "--help" || arg == "-h" || arg == "--help-all") {
+            usage(stdout);
+            return 0;
+        }
         if (i + 1 >= argc)
             return fail(2, arg + " needs a value (see rz48-emu --help)");
         const std::string value = argv[++i];
@@ -123,8 +134,9 @@ int renderMain(int argc, char** argv)
     emu::EmulatedUnit unit;
     const auto now = emu::Clock::now();
     std::vector<std::string> lines;
-    if (!readLines(setupPath, lines))
-        return fail(1, "cannot read " + setupPath + ": " + std::strerror(errno));
+    std::string error;
+    if (!readLines(setupPath, kMaxSetupBytes, lines, &error))
+        return fail(1, "cannot read " + setupPath + ": " + error);
     int number = 0;
     for (const std::string& line : lines) {
         ++number;
@@ -138,8 +150,8 @@ int renderMain(int argc, char** argv)
     int sheetType = 1;
     if (!sheetPath.empty()) {
         lines.clear();
-        if (!readLines(sheetPath, lines))
-            return fail(1, "cannot read " + sheetPath + ": " + std::strerror(errno));
+        if (!readLines(sheetPath, kMaxSheetBytes, lines, &error))
+            return fail(1, "cannot read " + sheetPath + ": " + error);
         unit.receive("h 0\r\n", now);
         for (const std::string& line : lines) {
             if (line.rfind(";tctype\t", 0) == 0) {
@@ -169,9 +181,13 @@ int renderMain(int argc, char** argv)
     QGuiApplication app(qtArgc, argv);
     emu::OutputRenderer renderer;
     const QImage image = renderer.render(emu::composeFrame(unit.outputState(), type, frame, 0));
-    QSaveFile file(QString::fromLocal8Bit(outPath.c_str()));
-    if (!file.open(QIODevice::WriteOnly) || !image.save(&file, "PNG") || !file.commit())
-        return fail(1, "cannot write " + outPath + ": " + file.errorString().toStdString());
+    QByteArray png;
+    QBuffer buffer(&png);
+    QString why;
+    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
+        return fail(1, "cannot write " + outPath + ": the picture could not be encoded");
+    if (!rz48::writeFileAtomically(QString::fromLocal8Bit(outPath.c_str()), png, &why))
+        return fail(1, "cannot write " + outPath + ": " + why.toStdString());
     return 0;
 }
 
@@ -234,7 +250,7 @@ int main(int argc, char** argv)
             std::printf("rz48-emu %s\n", RZ48_VERSION);
             return 0;
         }
-        else if (arg == "--help" || arg == "-h") {
+        else if (arg == "--help" || arg == "-h" || arg == "--help-all") {
             usage(stdout);
             return 0;
         } else {

@@ -2,6 +2,7 @@
 // and the file the operator chooses, checked before anything is sent.
 #include "panel/UpdateController.h"
 
+#include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
@@ -78,17 +79,14 @@ QByteArray UpdateController::askForFile(Kind kind)
 
 QByteArray UpdateController::checkedFile(const QString& path, Kind kind)
 {
-    QFile file(path);
     const qint64 limit = (kind == Kind::Micro ? 16 : 64) * 1024 * 1024;
     QByteArray bytes;
-    const bool opened = file.open(QIODevice::ReadOnly) && file.size() <= limit;
-    if (opened)
-        bytes = file.readAll();
-    if (!opened || file.error() != QFileDevice::NoError) {
+    QString error;
+    if (!rz48::readFileBounded(path, limit, bytes, &error)) {
         if (kind == Kind::Micro)
-            rz48::showAlert(QStringLiteral("problem opening file, try again"));
+            rz48::showAlert(QStringLiteral("problem opening file, try again"), error);
         else
-            rz48::showAlert(tr("cannot read %1").arg(path), file.error() != QFileDevice::NoError ? file.errorString() : tr("the file is larger than 64 MiB"));
+            rz48::showAlert(tr("cannot read %1").arg(path), error);
         return {};
     }
     const rz48::update::FirmwareCheck check = kind == Kind::Micro ? rz48::update::checkMicroProgram(bytes)

@@ -182,8 +182,8 @@ FirmwareCheck checkMicroProgram(const QByteArray& bytes)
         for (int i = 0; i < addressBytes; ++i)
             address = address * 256 + (*fields)[size_t(1 + i)];
         const int dataBytes = count - addressBytes - 1;
-        if (type > '3' || dataBytes == 0)
-            continue; // header, count and start records write nothing
+        if (type == '0' || type > '3' || dataBytes == 0)
+            continue; // header (its bytes are text), count and start records write nothing
         const uint64_t last = address + uint64_t(dataBytes) - 1;
         if (last >= (uint64_t(1) << (8 * addressBytes)))
             return refuse(check, number, QStringLiteral("data at %1 runs past the end of the %2-bit address space").arg(hex(address, 2 * addressBytes)).arg(8 * addressBytes));

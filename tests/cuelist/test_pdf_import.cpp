@@ -137,6 +137,54 @@ TEST(PdfSheets, FilesThatAreSkippedSaySo)
     }
 }
 
+// A PDF whose one page stream inflates to `inflated` bytes of spaces, with
+// the Creator given: a decompression bomb once it is large enough.
+QByteArray inflatingPdf(qsizetype inflated, const char* creator)
+{
+    const QByteArray deflated = qCompress(QByteArray(inflated, ' '), 9).mid(4); // without Qt's length prefix
+    QList<QByteArray> objects {
+        "<< /Type /Catalog /Pages 2 0 R >>",
+        "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents 4 0 R >>",
+        "<< /Length " + QByteArray::number(deflated.size()) + " /Filter /FlateDecode >>\nstream\n" + deflated + "\nendstream",
+        QByteArray("<< /Creator (") + creator + ") >>",
+    };
+    QByteArray pdf = "%PDF-1.4\n";
+    QList<qsizetype> offsets;
+    for (qsizetype i = 0; i < objects.size(); ++i) {
+        offsets << pdf.size();
+        pdf += QByteArray::number(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+    }
+    const qsizetype xref = pdf.size();
+    pdf += "xref\n0 " + QByteArray::number(objects.size() + 1) + "\n0000000000 65535 f \n";
+    for (qsizetype offset : offsets)
+        pdf += QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \n";
+    pdf += "trailer\n<< /Size " + QByteArray::number(objects.size() + 1) + " /Root 1 0 R /Info 5 0 R >>\nstartxref\n"
+        + QByteArray::number(xref) + "\n%%EOF\n";
+    return pdf;
+}
+
+TEST(PdfSheets, APageThatInflatesBeyondItsBoundIsSkipped)
+{
+    QTemporaryDir dir;
+    for (const char* creator : {"Writer", "EdiCue"}) {
+        const QString bomb = dir.filePath(QStringLiteral("bomb-%1.pdf").arg(QLatin1String(creator)));
+        const QString small = dir.filePath(QStringLiteral("small-%1.pdf").arg(QLatin1String(creator)));
+        for (const auto& [path, size] : {std::pair {bomb, qsizetype(64) << 20}, {small, qsizetype(1) << 20}}) {
+            QFile file(path);
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(inflatingPdf(size, creator));
+        }
+        QList<CueItem> cues;
+        QString message;
+        EXPECT_FALSE(importPdf(bomb, cues, &message)) << creator;
+        EXPECT_EQ(message, QStringLiteral("page 1 decodes to more than 4 MiB: too large for a cue sheet")) << creator;
+        // A page within the bound is read (and has no cue).
+        EXPECT_TRUE(importPdf(small, cues, &message)) << creator << ": " << message.toStdString();
+        EXPECT_TRUE(cues.isEmpty());
+    }
+}
+
 TEST(CueImport, PasteAndDrops)
 {
     rz48::DiagCapture out;

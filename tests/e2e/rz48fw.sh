@@ -27,4 +27,13 @@ check 0 "ok: 3 records, data from 0x10000 to 0x10003" "" "$dir/good.mcs"
 printf ':020000040000FA\r:0400000001020304F2\r:00000001FF\r' >"$dir/cr-only.mcs"
 check 1 "1: a CR inside the line at column 16 (lines must end with LF)" "" "$dir/cr-only.mcs"
 check 3 "" "^rz48fw: cannot read .*missing.mcs" "$dir/missing.mcs"
+# A header's text is never data: data at 0x0000 is the program's own.
+printf 'S00D0000727A34382076332E33323E\nS1058000010277\nS9030000FC\n' >"$dir/header.s19"
+check 0 "ok: 3 records, data from 0x8000 to 0x8001" "" "$dir/header.s19"
+printf 'S00D0000727A34382076332E33323E\nS1050000AABB95\nS1058000010277\nS9030000FC\n' >"$dir/zero.s19"
+check 0 "ok: 4 records, data from 0x0000 to 0x8001" "line 2: S1 data at 0x0000 to 0x0001 lies below 0x8000" "$dir/zero.s19"
+# A device is not read: a link to /dev/zero is refused at once.
+ln -s /dev/zero "$dir/zero.mcs"
+timeout 10 "$fw" check "$dir/zero.mcs" >/dev/null 2>"$dir/err"; status=$?
+[ $status -eq 3 ] && grep -q "not a regular file" "$dir/err" || { echo "a link to /dev/zero: exit $status: $(cat "$dir/err")"; fail=1; }
 exit $fail
