@@ -73,7 +73,8 @@ void MainWindow::addPanelMenus()
     connect(view_->updates(), &UpdateController::updatingChanged, this, [micro, fpga, this](bool updating) {
         for (QAction* action : {micro, fpga, findChild<QAction*>(QStringLiteral("menuUnitReconnect")),
                                 findChild<QAction*>(QStringLiteral("menuUnitPort")), findChild<QAction*>(QStringLiteral("menuUnitLoadSetup")),
-                                findChild<QAction*>(QStringLiteral("menuUnitRevertSetup"))})
+                                findChild<QAction*>(QStringLiteral("menuUnitRevertSetup")), findChild<QAction*>(QStringLiteral("menuUnitSaveSetup")),
+                                findChild<QAction*>(QStringLiteral("menuUnitCompareSetup"))})
             if (action)
                 action->setEnabled(!updating);
     });

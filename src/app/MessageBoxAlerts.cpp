@@ -5,6 +5,7 @@
 
 #include <QFileDialog>
 #include <QMessageBox>
+#include <QPushButton>
 
 void MessageBoxAlerts::showAlert(const QString& message, const QString& informative)
 {
@@ -51,6 +52,23 @@ QString FileDialogPanel::openPath(const QString& title, const QStringList& suffi
     for (const QString& s : suffixes)
         patterns << QStringLiteral("*.%1").arg(s);
     return QFileDialog::getOpenFileName(parent_, title, QString(), patterns.join(u' '));
+}
+
+int MessageBoxAlerts::askButtons(const QString& message, const QString& informative, const QStringList& buttons,
+                                 int defaultButton, int escapeButton)
+{
+    QMessageBox box(QMessageBox::Question, QStringLiteral("RZ48"), message, QMessageBox::NoButton, parent_);
+    box.setInformativeText(informative);
+    QList<QPushButton*> made;
+    for (qsizetype i = 0; i < buttons.size(); ++i)
+        made << box.addButton(buttons[i], i == escapeButton ? QMessageBox::RejectRole : QMessageBox::AcceptRole);
+    if (defaultButton >= 0 && defaultButton < made.size())
+        box.setDefaultButton(made[defaultButton]);
+    if (escapeButton >= 0 && escapeButton < made.size())
+        box.setEscapeButton(made[escapeButton]);
+    box.exec();
+    const qsizetype pressed = made.indexOf(qobject_cast<QPushButton*>(box.clickedButton()));
+    return pressed >= 0 ? int(pressed) : escapeButton;
 }
 
 int MessageBoxAlerts::askChoice(const QString& message, const QStringList& choices)

@@ -19,6 +19,8 @@ public:
     void showAlert(const QString& message, const QString& informative) override;
     rz48::SaveChoice askSaveChanges(const QString& message) override;
     int askChoice(const QString& message, const QStringList& choices) override;
+    int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton,
+                   int escapeButton) override;
 
 private:
     QPointer<QWidget> parent_;

@@ -1,4 +1,5 @@
 // rz48ctl: the RZ-48 from scripts and support calls, without a window.
+#include "common/FileIo.h"
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
 #include "common/Program.h"
@@ -10,7 +11,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <cstdio>
@@ -39,8 +40,6 @@ constexpr const char* kDescription =
     "Exit status: 0 done (for apply and diff: nothing differs), 1 the unit disagreed or a\n"
     "transfer failed, 2 wrong usage, 3 no unit found or the port could not be opened.";
 
-constexpr qint64 kMaxSetupBytes = 1024 * 1024;
-
 int fail(const QString& message, int code = 1)
 {
     std::fprintf(stderr, "rz48ctl: %s\n", qPrintable(message));
@@ -59,18 +58,14 @@ const std::map<QString, int>& triggerNotes()
 
 bool readSetup(const QString& path, rz48::setup::Setup& setup, int* code)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > kMaxSetupBytes) {
-        *code = fail(QStringLiteral("cannot read %1: %2").arg(path, file.isOpen() ? QStringLiteral("larger than a setup file") : file.errorString()));
-        return false;
-    }
     int line = 0;
     QString why;
-    if (!rz48::setup::parseSetup(file.readAll(), setup, &line, &why)) {
-        *code = fail(QStringLiteral("%1:%2: %3").arg(path).arg(line).arg(why));
-        return false;
-    }
-    return true;
+    if (rz48::setup::readSetupFile(path, setup, &line, &why))
+        return true;
+    *code = fail(line < 0    ? QStringLiteral("cannot read %1: %2").arg(path, why)
+                 : line == 0 ? QStringLiteral("no setting in %1").arg(path)
+                             : QStringLiteral("%1:%2: %3").arg(path).arg(line).arg(why));
+    return false;
 }
 
 QString now()
@@ -127,13 +122,26 @@ int run(UnitSession& session, const QString& command, const QStringList& args)
         return code;
     }
     if (command == QLatin1String("send")) {
-        for (const QString& line : args)
-            for (const QString& answer : session.exchange(line))
-                std::printf("%s\n", qPrintable(answer));
-        return 0;
+        // Each line of an argument is a command of its own: a line break
+        // is never dropped to merge two commands into one.
+        int code = 0;
+        for (const QString& arg : args) {
+            for (const QString& line : arg.split(QRegularExpression(QStringLiteral("[\r\n]+")), Qt::SkipEmptyParts)) {
+                const std::optional<QStringList> answer = session.exchange(line);
+                if (!answer) {
+                    code = fail(QStringLiteral("%1: no answer").arg(line));
+                    continue;
+                }
+                for (const QString& text : *answer)
+                    std::printf("%s\n", qPrintable(text));
+            }
+        }
+        return code;
     }
     if (command == QLatin1String("save")) {
         const rz48::control::CapturedSetup captured = rz48::control::captureSetup(session, now());
+        if (captured.setup.lines.isEmpty())
+            return fail(QStringLiteral("the unit reported no setting: %1 not written").arg(args[0]));
         QString error;
         if (!rz48::writeFileAtomically(args[0], rz48::setup::formatSetup(captured.setup), &error))
             return fail(QStringLiteral("cannot write %1: %2").arg(args[0], error));

@@ -29,11 +29,20 @@ struct Setup {
 // The file's text: the comments first ("# " and each), then the lines.
 QByteArray formatSetup(const Setup& setup);
 
+// The largest setup file read.
+inline constexpr qint64 kMaxSetupBytes = 1024 * 1024;
+
 // Reads a setup file; its command lines are kept in the form a saved file
 // has them (numbers without leading zeros). A line that is not a comment, empty, or a setting
 // command of a setup letter with its number of fields in the command's base
 // refuses the file: false, with the line (counted from 1) and why.
+// Lines may end with LF, CR LF or CR. A value beyond the field's 32 bits is
+// refused with its line; a file without a setting line is refused with
+// line 0.
 bool parseSetup(const QByteArray& text, Setup& setup, int* badLine, QString* why);
+// Reads and parses a setup file; a file that cannot be read gives line -1
+// and the system's reason.
+bool readSetupFile(const QString& path, Setup& setup, int* badLine, QString* why);
 
 // The letter a command line sets.
 inline char letterOf(const QString& line) { return line.isEmpty() ? '\0' : char(line.at(0).toLatin1()); }

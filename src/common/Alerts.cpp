@@ -33,4 +33,9 @@ int askChoice(const QString& message, const QStringList& choices)
     return g_sink ? g_sink->askChoice(message, choices) : -1;
 }
 
+int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton, int escapeButton)
+{
+    return g_sink ? g_sink->askButtons(message, informative, buttons, defaultButton, escapeButton) : escapeButton;
+}
+
 } // namespace rz48

@@ -18,6 +18,14 @@ public:
     virtual SaveChoice askSaveChanges(const QString& message) { return SaveChoice::Discard; }
     // One of `choices`, by index; -1 when cancelled.
     virtual int askChoice(const QString& message, const QStringList& choices) { return -1; }
+    // A question with a named button for each answer: the index of the one
+    // pressed. `defaultButton` is the one Return presses; dismissing the
+    // question (Esc, closing it) answers `escapeButton`.
+    virtual int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton,
+                           int escapeButton)
+    {
+        return escapeButton;
+    }
 };
 
 // Installs the sink (nullptr restores printing). Not owned.
@@ -27,5 +35,7 @@ void showAlert(const QString& message, const QString& informative = QString());
 SaveChoice askSaveChanges(const QString& message);
 // Without a sink nobody chooses: -1.
 int askChoice(const QString& message, const QStringList& choices);
+// Without a sink nobody answers: the escape button.
+int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton, int escapeButton);
 
 } // namespace rz48

@@ -44,6 +44,7 @@ bool UnitSession::open(const QString& directory, const QString& port, QStringLis
 
 void UnitSession::threadHasMsg(MsgClass chunk)
 {
+    bytesReceived_ += quint64(chunk.buffer().size() + chunk.midiBuffer().size());
     received_.append(chunk);
     rz48::drainReceiveBuffer(received_, [this](const QString& line) { lines_ << line; });
 }
@@ -91,12 +92,13 @@ std::optional<QString> UnitSession::ask(const QString& command, QChar letter, in
     return waitFor(letter, timeoutMs);
 }
 
-QStringList UnitSession::exchange(const QString& command, int quietMs, int timeoutMs)
+std::optional<QStringList> UnitSession::exchange(const QString& command, int quietMs, int timeoutMs)
 {
     lines_.clear();
+    const quint64 before = bytesReceived_;
     link_.sendString(command);
-    if (!waitUntil([&] { return !lines_.isEmpty(); }, timeoutMs))
-        return {};
+    if (!waitUntil([&] { return bytesReceived_ != before; }, timeoutMs))
+        return std::nullopt;
     qsizetype seen = -1;
     while (seen != lines_.size()) { // until nothing more came for quietMs
         seen = lines_.size();

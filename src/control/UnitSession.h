@@ -27,8 +27,9 @@ public:
     // Sends `command` and waits up to `timeoutMs` for a report of `letter`.
     std::optional<QString> ask(const QString& command, QChar letter, int timeoutMs = 2000);
     // Sends `command` and returns the lines that came until the unit was
-    // quiet for `quietMs` after answering (or `timeoutMs` without an answer).
-    QStringList exchange(const QString& command, int quietMs = 100, int timeoutMs = 1000);
+    // quiet for `quietMs` after answering (a bare prompt answers with no
+    // line); none when nothing came within `timeoutMs`.
+    std::optional<QStringList> exchange(const QString& command, int quietMs = 100, int timeoutMs = 1000);
     void send(const QString& command) { link_.sendString(command); }
     void trigger(int note) { link_.sendMidiTrigger(note); }
     // Waits until everything queued is written and answered (or `timeoutMs`).
@@ -47,6 +48,7 @@ private:
     ComThread link_;
     MsgClass received_;
     QStringList lines_; // not yet taken
+    quint64 bytesReceived_ = 0;
     bool lost_ = false;
 };
 

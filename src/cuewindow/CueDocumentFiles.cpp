@@ -2,6 +2,7 @@
 // Save As, in both windows) and the list offered back after a crash.
 #include "cuewindow/CueDocument.h"
 
+#include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
@@ -139,12 +140,23 @@ void CueDocument::menuFileNew()
 
 void CueDocument::offerRecovery()
 {
+    // Only an explicit, confirmed Discard deletes a recovered list:
+    // dismissing the question keeps it for the next start.
+    enum { Restore, NotNow, Discard };
     CueHistory::Recovered recovered;
-    if (CueHistory::readRecovery(recovered)) {
-        const int choice = rz48::askChoice(
-            tr("The cue list had changes that were not saved when the panel last stopped. Restore them?"),
-            {tr("Restore the cue list"), tr("Discard it")});
-        if (choice == 0) {
+    const QString waiting = CueHistory::waitingRecovery();
+    if (!waiting.isEmpty() && CueHistory::readRecovery(waiting, recovered)) {
+        const QString what = recovered.savedPath.isEmpty() ? tr("%n cue(s), never saved", nullptr, int(recovered.items.size()))
+                                                           : tr("%n cue(s), from %1", nullptr, int(recovered.items.size())).arg(recovered.savedPath);
+        int choice = rz48::askButtons(tr("The cue list had changes that were not saved when the panel last stopped. Restore them?"),
+                                      what, {tr("Restore"), tr("Not now"), tr("Discard...")}, Restore, NotNow);
+        if (choice == Discard
+            && rz48::askButtons(tr("Discard the unsaved cue list for good?"), tr("It cannot be brought back afterwards."),
+                                {tr("Discard"), tr("Keep it")}, 1, 1)
+                != 0)
+            choice = NotNow;
+        if (choice == Restore) {
+            CueHistory::adoptRecovery(waiting);
             controller_->setItems(recovered.items);
             for (const QString& line : recovered.options.split(u'\n', Qt::SkipEmptyParts))
                 initValueFromString(line);
@@ -152,8 +164,11 @@ void CueDocument::offerRecovery()
             history_->setFilePath(filePath_);
             history_->restart();
             history_->markUnsaved();
-        } else {
-            CueHistory::discardRecovery();
+        } else if (choice == Discard) {
+            CueHistory::discardRecovery(waiting);
+        } else if (!CueHistory::setRecoveryAside(waiting)) {
+            rz48::showAlert(tr("The unsaved cue list could not be set aside: changes made now will replace it."),
+                            CueHistory::recoveryPath());
         }
     }
     history_->startRecovery();

@@ -1,8 +1,11 @@
 #include "cuewindow/CueHistory.h"
 
+#include "common/Diagnostics.h"
+#include "common/FileIo.h"
 #include "common/FilePanels.h"
 #include "cuewindow/CueArrayController.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -43,25 +46,22 @@ private:
     bool done_ = false;
 };
 
-QString pathFile()
-{
-    return CueHistory::recoveryPath() + QStringLiteral(".path");
-}
+constexpr qint64 kMaxRecoveryBytes = 256 * 1024 * 1024;
 
 // The list exactly, as JSON: one object of the five texts per cue.
-QByteArray listToJson(const QList<CueItem>& items)
+QJsonArray listToJson(const QList<CueItem>& items)
 {
     QJsonArray array;
     for (const CueItem& c : items)
         array.append(QJsonObject {{QStringLiteral("id"), c.cueId}, {QStringLiteral("in"), c.cueIn}, {QStringLiteral("out"), c.cueOut},
                                   {QStringLiteral("text"), c.cueText}, {QStringLiteral("notes"), c.cueNotes}});
-    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+    return array;
 }
 
-QList<CueItem> listFromJson(const QByteArray& json)
+QList<CueItem> listFromJson(const QJsonArray& array)
 {
     QList<CueItem> items;
-    for (const QJsonValue& value : QJsonDocument::fromJson(json).array()) {
+    for (const QJsonValue& value : array) {
         const QJsonObject o = value.toObject();
         CueItem c;
         c.cueId = o.value(QStringLiteral("id")).toString();
@@ -72,11 +72,6 @@ QList<CueItem> listFromJson(const QByteArray& json)
         items << c;
     }
     return items;
-}
-
-QString optionsFile()
-{
-    return CueHistory::recoveryPath() + QStringLiteral(".options");
 }
 
 } // namespace
@@ -163,29 +158,73 @@ QString CueHistory::recoveryPath()
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/rz48/recovery/cue-list.json");
 }
 
-bool CueHistory::recoveryWaiting()
+QString CueHistory::waitingRecovery()
 {
-    return QFile::exists(recoveryPath());
+    if (QFile::exists(recoveryPath()))
+        return recoveryPath();
+    // Lists set aside with "Not now", the newest first.
+    const QFileInfoList kept = QDir(QFileInfo(recoveryPath()).path())
+                                   .entryInfoList({QStringLiteral("kept-*.json")}, QDir::Files, QDir::Time);
+    return kept.isEmpty() ? QString() : kept.first().filePath();
 }
 
-bool CueHistory::readRecovery(Recovered& recovered)
+bool CueHistory::readRecovery(const QString& path, Recovered& recovered)
 {
-    QFile file(recoveryPath());
-    if (!file.open(QIODevice::ReadOnly) || file.size() > 256 * 1024 * 1024)
+    QByteArray bytes;
+    if (!rz48::readFileBounded(path, kMaxRecoveryBytes, bytes))
         return false;
-    recovered.items = listFromJson(file.readAll());
-    rz48::readUtf8File(optionsFile(), 64 * 1024, recovered.options);
-    QString path;
-    rz48::readUtf8File(pathFile(), 64 * 1024, path);
-    recovered.savedPath = path.trimmed();
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    if (document.isObject()) {
+        const QJsonObject o = document.object();
+        recovered.items = listFromJson(o.value(QStringLiteral("cues")).toArray());
+        recovered.options = o.value(QStringLiteral("options")).toString();
+        recovered.savedPath = o.value(QStringLiteral("path")).toString();
+        return true;
+    }
+    if (!document.isArray())
+        return false;
+    // An earlier panel's recovery: the list alone, its options and file beside it.
+    recovered.items = listFromJson(document.array());
+    rz48::readUtf8File(path + QStringLiteral(".options"), 64 * 1024, recovered.options);
+    QString saved;
+    rz48::readUtf8File(path + QStringLiteral(".path"), 64 * 1024, saved);
+    recovered.savedPath = saved.trimmed();
     return true;
+}
+
+void CueHistory::discardRecovery(const QString& path)
+{
+    QFile::remove(path);
+    QFile::remove(path + QStringLiteral(".path"));
+    QFile::remove(path + QStringLiteral(".options"));
 }
 
 void CueHistory::discardRecovery()
 {
-    QFile::remove(recoveryPath());
-    QFile::remove(pathFile());
-    QFile::remove(optionsFile());
+    discardRecovery(recoveryPath());
+}
+
+bool CueHistory::setRecoveryAside(const QString& path)
+{
+    if (path != recoveryPath())
+        return true; // already aside
+    const QString kept = QDir(QFileInfo(path).path())
+                             .filePath(QStringLiteral("kept-%1.json").arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"))));
+    const bool moved = QFile::rename(path, kept);
+    for (const char* companion : {".path", ".options"})
+        QFile::rename(path + QLatin1String(companion), kept + QLatin1String(companion));
+    return moved;
+}
+
+bool CueHistory::adoptRecovery(const QString& path)
+{
+    if (path == recoveryPath())
+        return true;
+    discardRecovery(recoveryPath());
+    const bool moved = QFile::rename(path, recoveryPath());
+    for (const char* companion : {".path", ".options"})
+        QFile::rename(path + QLatin1String(companion), recoveryPath() + QLatin1String(companion));
+    return moved;
 }
 
 void CueHistory::writeRecovery()
@@ -201,8 +240,16 @@ void CueHistory::writeRecovery()
         return;
     recoveryDirty_ = false;
     QDir().mkpath(QFileInfo(recoveryPath()).path());
-    // The companions first: a recovery file is never without them.
-    rz48::writeFileAtomically(pathFile(), filePath_.toUtf8());
-    rz48::writeFileAtomically(optionsFile(), options_().toUtf8());
-    rz48::writeFileAtomically(recoveryPath(), listToJson(model_->items()));
+    const QJsonObject recovery {{QStringLiteral("cues"), listToJson(model_->items())},
+                                {QStringLiteral("options"), options_()},
+                                {QStringLiteral("path"), filePath_}};
+    QString error;
+    if (!rz48::writeFileAtomically(recoveryPath(), QJsonDocument(recovery).toJson(QJsonDocument::Compact), &error)) {
+        recoveryDirty_ = true; // tried again with the next turn
+        if (!recoveryFailed_)
+            rz48::diag("cue list recovery file %s cannot be written: %s\n", qPrintable(recoveryPath()), qPrintable(error));
+        recoveryFailed_ = true;
+        return;
+    }
+    recoveryFailed_ = false;
 }

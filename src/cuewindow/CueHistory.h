@@ -37,9 +37,11 @@ public:
     // Recovery files are written from now on (once a waiting one was offered back).
     void startRecovery();
 
-    // Where the recovery file is kept, and whether one is left from a run that stopped.
+    // Where this panel's recovery file is kept.
     static QString recoveryPath();
-    static bool recoveryWaiting();
+    // The recovery file to offer at start: one left by a run that stopped,
+    // else the newest one set aside with "Not now"; empty when there is none.
+    static QString waitingRecovery();
     // What a recovery file holds: the list, its option lines, and the file it was saved to (or empty).
     struct Recovered {
         QList<CueItem> items;
@@ -47,8 +49,14 @@ public:
         QString savedPath;
     };
     // False when there is none (or it cannot be read).
-    static bool readRecovery(Recovered& recovered);
-    static void discardRecovery();
+    static bool readRecovery(const QString& path, Recovered& recovered);
+    static void discardRecovery(const QString& path);
+    static void discardRecovery(); // this panel's
+    // Keeps a waiting recovery file for a later start, out of the way of this
+    // panel's own; false when it cannot be moved.
+    static bool setRecoveryAside(const QString& path);
+    // A restored recovery file becomes this panel's own.
+    static bool adoptRecovery(const QString& path);
     // Something the recovery file holds changed (an option, say): written with the next turn.
     void touch() { recoveryDirty_ = true; }
     // The list's own file, kept in the recovery file's companion.
@@ -73,4 +81,5 @@ private:
     bool recovering_ = false;
     bool recoveryDirty_ = true; // the recovery file is written only when it would change
     bool applying_ = false;
+    bool recoveryFailed_ = false; // said once, until a write succeeds again
 };

@@ -1,5 +1,6 @@
 #include "panel/SetupController.h"
 
+#include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
 #include "control/SetupTransfer.h"
@@ -37,6 +38,11 @@ SetupController::SetupController(QObject* parent)
 void SetupController::setUp(ComThread* link)
 {
     link_ = link;
+    if (!link_) {
+        // The link is going: a capture under way ends without an answer.
+        timer_->stop();
+        pending_.reset();
+    }
 }
 
 QString SetupController::updateSetupDirectory()
@@ -102,36 +108,44 @@ void SetupController::finish()
         (*done)(captured.setup, captured.missing);
 }
 
+bool SetupController::refusedDuringUpdate() const
+{
+    if (!updating_ || !updating_())
+        return false;
+    rz48::showAlert(tr("An update is running: the unit's setup can be saved, loaded or compared once it has ended."));
+    return true;
+}
+
 bool SetupController::chooseSetup(const QString& title, rz48::setup::Setup& setup, QString* name)
 {
     const QString path = rz48::askOpenPath(title, {QLatin1String(rz48::setup::kExtension)});
     if (path.isEmpty())
         return false;
     *name = QFileInfo(path).fileName();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > 1024 * 1024) {
-        rz48::showAlert(tr("%1 cannot be read.").arg(*name), file.isOpen() ? tr("It is larger than a setup file.") : file.errorString());
-        return false;
-    }
     int line = 0;
     QString why;
-    if (!rz48::setup::parseSetup(file.readAll(), setup, &line, &why)) {
-        rz48::showAlert(tr("%1 is not a setup file: nothing was sent.").arg(*name), tr("Line %1: %2").arg(line).arg(why));
-        return false;
-    }
-    return true;
+    if (rz48::setup::readSetupFile(path, setup, &line, &why))
+        return true;
+    if (line < 0)
+        rz48::showAlert(tr("%1 cannot be read.").arg(*name), why);
+    else
+        rz48::showAlert(tr("%1 is not a setup file: nothing was sent.").arg(*name),
+                        line == 0 ? tr("It has no setting.") : tr("Line %1: %2").arg(line).arg(why));
+    return false;
 }
 
 void SetupController::menuSaveSetup()
 {
-    if (busy())
+    if (refusedDuringUpdate() || busy())
         return;
     const QString path = rz48::askSavePathWithExtension(tr("Save the unit's setup"), QLatin1String(rz48::setup::kExtension));
     if (path.isEmpty())
         return;
     capture([path](const rz48::setup::Setup& setup, const QStringList& missing) {
         QString error;
-        if (!rz48::writeFileAtomically(path, rz48::setup::formatSetup(setup), &error))
+        if (setup.lines.isEmpty())
+            rz48::showAlert(tr("The unit reported no setting: nothing was saved."), tr("Is the unit connected and answering?"));
+        else if (!rz48::writeFileAtomically(path, rz48::setup::formatSetup(setup), &error))
             rz48::showAlert(tr("The setup could not be saved to %1.").arg(path), error);
         else if (!missing.isEmpty())
             rz48::showAlert(tr("The setup was saved without %1: the unit did not report them.").arg(missing.join(QStringLiteral(", "))),
@@ -143,7 +157,7 @@ void SetupController::menuLoadSetup()
 {
     rz48::setup::Setup setup;
     QString name;
-    if (!busy() && chooseSetup(tr("Load a setup into the unit"), setup, &name))
+    if (!refusedDuringUpdate() && !busy() && chooseSetup(tr("Load a setup into the unit"), setup, &name))
         apply(setup, name);
 }
 
@@ -151,7 +165,7 @@ void SetupController::menuCompareSetup()
 {
     rz48::setup::Setup setup;
     QString name;
-    if (busy() || !chooseSetup(tr("Compare a setup with the unit"), setup, &name))
+    if (refusedDuringUpdate() || busy() || !chooseSetup(tr("Compare a setup with the unit"), setup, &name))
         return;
     capture([this, setup, name](const rz48::setup::Setup& unit, const QStringList&) {
         showDifferences(setup, unit, tr("%1 and the unit").arg(name));
@@ -160,7 +174,7 @@ void SetupController::menuCompareSetup()
 
 void SetupController::menuRevertSetup()
 {
-    if (busy())
+    if (refusedDuringUpdate() || busy())
         return;
     if (connectionSetup_.lines.isEmpty()) {
         rz48::showAlert(tr("There is no setup from the connection to go back to."),
@@ -207,7 +221,9 @@ void SetupController::saveBeforeUpdate(std::function<void(const QString& path, c
             QStringLiteral("before-update-%1.%2").arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")),
                                                       QLatin1String(rz48::setup::kExtension)));
         QString error;
-        if (!QDir().mkpath(directory))
+        if (setup.lines.isEmpty())
+            error = tr("the unit reported no setting");
+        else if (!QDir().mkpath(directory))
             error = tr("%1 cannot be made").arg(directory);
         else if (!rz48::writeFileAtomically(path, rz48::setup::formatSetup(setup), &error))
             error = tr("%1: %2").arg(path, error);

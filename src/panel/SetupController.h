@@ -24,6 +24,9 @@ public:
 
     explicit SetupController(QObject* parent = nullptr);
     void setUp(ComThread* link);
+    // Tells whether an update runs: the menu commands wait for its end (a
+    // setup read or sent during one would be empty or lost).
+    void setUpdateCheck(std::function<bool()> updating) { updating_ = std::move(updating); }
 
     // Every report line, before the controls read it.
     void record(const QString& line);
@@ -59,8 +62,11 @@ private:
     void showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& what);
     // A setup file the operator chooses, or none after a refusal.
     bool chooseSetup(const QString& title, rz48::setup::Setup& setup, QString* name);
+    // True (after an alert) while an update runs.
+    bool refusedDuringUpdate() const;
 
     ComThread* link_ = nullptr;
+    std::function<bool()> updating_;
     QTimer* timer_ = nullptr;
     quint64 sequence_ = 0;                 // of the last line recorded
     QMap<QChar, QPair<QString, quint64>> latest_; // each letter's last report and when it came

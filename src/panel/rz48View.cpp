@@ -181,6 +181,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     mainTab_->setComThread(comThread_.get());
     connection_->setUp(comThread_.get(), options, [this] { return updates_->firmwareVersion(); });
     setups_->setUp(comThread_.get());
+    setups_->setUpdateCheck([this] { return updates_->isUpdating(); });
     outputs_->setUp(comThread_.get(), options.simulatedUnit);
     connect(updates_, &UpdateController::updatingChanged, outputs_, &OutputController::setUpdating);
     // The unit's setup is saved before any update sends its first command.
@@ -276,7 +277,8 @@ void rz48View::windowClosing()
     // An update in progress ends first ("operation aborted, ..."), then the link.
     updates_->stop();
     connection_->stop();
-    // The pages lose their link before it goes.
+    // The pages and controllers lose their link before it goes.
+    setups_->setUp(nullptr);
     monitorView_->setComThread(nullptr);
     punchView_->setComThread(nullptr);
     annunciatorView_->setComThread(nullptr);

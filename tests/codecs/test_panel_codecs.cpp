@@ -171,12 +171,23 @@ TEST(SetupFile, ReadingRefusesWhatIsNotASettingWithItsLine)
     EXPECT_EQ(setup.lines, (QStringList {QStringLiteral("A 2"), QStringLiteral("G 17")}));
     EXPECT_EQ(setup.comments, (QStringList {QStringLiteral("saved today"), QStringLiteral("note")}));
     EXPECT_EQ(rz48::setup::formatSetup(setup), QByteArray("# saved today\n# note\nA 2\nG 17\n"));
+    // CR-only line ends, the field ranges' ends.
+    ASSERT_TRUE(rz48::setup::parseSetup("# cr\rH -2147483648 2147483647 0 0 0\rt ffffffff 0 0\r", setup, &line, &why)) << why.toStdString();
+    EXPECT_EQ(setup.lines, (QStringList {QStringLiteral("H -2147483648 2147483647 0 0 0"), QStringLiteral("t ffffffff 0 0")}));
+    EXPECT_EQ(setup.comments, QStringList {QStringLiteral("cr")});
     const std::tuple<const char*, int, const char*> refused[] = {
         {"A 2\nG 1f\n", 2, "\"G\" takes 1 decimal number"},
         {"# x\nH 1 2 3 4\n", 2, "\"H\" takes 5 decimal numbers"},
         {"t 1 2 3 4\n", 1, "\"t\" takes 3 hexadecimal numbers"},
         {"A 2\n\nZ 1\n", 3, "not a setting command (a setup has lines for ACEGHJMQUXYmnrt)"},
         {"V hello\n", 1, "not a setting command (a setup has lines for ACEGHJMQUXYmnrt)"},
+        // Beyond a field's 32 bits: refused, never saturated to another value.
+        {"A 2\rH 99999999999 0 0 0 0\r", 2, "99999999999 is outside a field's range, -2147483648 to 2147483647"},
+        {"H 0 -2147483649 0 0 0\n", 1, "-2147483649 is outside a field's range, -2147483648 to 2147483647"},
+        {"t 1 2 100000000\n", 1, "100000000 is beyond the largest value of a field, ffffffff"},
+        // Nothing to send is no setup.
+        {"# a comment\r\r\n", 0, "no setting line (a setup has lines for ACEGHJMQUXYmnrt)"},
+        {"\n# only comments\n", 0, "no setting line (a setup has lines for ACEGHJMQUXYmnrt)"},
     };
     for (const auto& [text, badLine, reason] : refused) {
         EXPECT_FALSE(rz48::setup::parseSetup(text, setup, &line, &why)) << text;

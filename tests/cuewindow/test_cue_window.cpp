@@ -15,7 +15,9 @@
 #include <QMimeData>
 #include <QUrl>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -75,6 +77,13 @@ TEST_F(CueWindowTest, SelectingARowSendsItsText)
     expectSends([&] { doc->tableView()->selectRow(1); }, "s B2\t\\n---");
     cueControl<QCheckBox>("checkBoxExportText")->setChecked(false);
     expectSends([&] { doc->tableView()->selectRow(0); }, "s A1\t");
+    // Sorted by a column header (text, descending), the first row shown is
+    // B2's: its cue is the one sent, not the list's first.
+    doc->tableView()->clearSelection();
+    doc->tableView()->horizontalHeader()->setSortIndicator(CueArrayController::ColumnText, Qt::DescendingOrder);
+    QTest::mouseClick(doc->tableView()->horizontalHeader()->viewport(), Qt::LeftButton, {},
+                      QPoint(doc->tableView()->horizontalHeader()->sectionViewportPosition(CueArrayController::ColumnText) + 5, 5));
+    expectSends([&] { doc->tableView()->selectRow(0); }, "s B2\t");
 }
 
 TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
@@ -359,7 +368,7 @@ TEST_F(PanelTest, DISABLED_KilledWithUnsavedCues)
 
 TEST_F(PanelTest, ACrashLosesNoCueList)
 {
-    CueHistory::discardRecovery();
+    QDir(QFileInfo(CueHistory::recoveryPath()).path()).removeRecursively();
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(),
                 {QStringLiteral("--gtest_also_run_disabled_tests"), QStringLiteral("--gtest_filter=PanelTest.DISABLED_KilledWithUnsavedCues")});
@@ -367,12 +376,27 @@ TEST_F(PanelTest, ACrashLosesNoCueList)
     ASSERT_EQ(child.exitStatus(), QProcess::CrashExit) << child.readAll().toStdString();
     ASSERT_TRUE(QFile::exists(CueHistory::recoveryPath()));
 
-    // The next start offers the list back.
-    alerts.choice = 0;
+    // The next start offers the list back, with named buttons. Dismissing
+    // the question (Esc is "Not now") keeps it for a later start.
+    alerts.choice = 1;
     view->awakeFromNib(noUnit());
     ASSERT_EQ(alerts.questions.size(), 1);
     EXPECT_TRUE(alerts.questions[0].startsWith(QStringLiteral("The cue list had changes that were not saved")));
+    EXPECT_EQ(alerts.choices, (QStringList {QStringLiteral("Restore"), QStringLiteral("Not now"), QStringLiteral("Discard...")}));
+    EXPECT_EQ(alerts.defaults, QList<int> {0});
+    EXPECT_EQ(alerts.escapes, QList<int> {1});
     CueDocument* doc = view->cueDocument();
+    EXPECT_TRUE(doc->collection().isEmpty());
+    EXPECT_FALSE(CueHistory::waitingRecovery().isEmpty());
+    // "Discard..." asks once more; keeping it keeps it.
+    alerts.buttonAnswers = {2, 1};
+    doc->offerRecovery();
+    ASSERT_EQ(alerts.questions.size(), 3);
+    EXPECT_EQ(alerts.questions[2], QStringLiteral("Discard the unsaved cue list for good?"));
+    EXPECT_EQ(alerts.defaults.last(), 1); // the safe answer
+    EXPECT_FALSE(CueHistory::waitingRecovery().isEmpty());
+    alerts.buttonAnswers = {0};
+    doc->offerRecovery();
     ASSERT_EQ(doc->collection().size(), 1);
     EXPECT_EQ(doc->collection()[0].cueText, QStringLiteral("left unsaved"));
     EXPECT_TRUE(doc->isModified());
@@ -381,6 +405,18 @@ TEST_F(PanelTest, ACrashLosesNoCueList)
     doc->menuFileSave();
     EXPECT_FALSE(doc->isModified());
     EXPECT_FALSE(QFile::exists(CueHistory::recoveryPath()));
+    EXPECT_TRUE(CueHistory::waitingRecovery().isEmpty());
+
+    // A confirmed Discard deletes a list that was set aside.
+    const QString aside = QFileInfo(CueHistory::recoveryPath()).dir().filePath(QStringLiteral("kept-1.json"));
+    QFile kept(aside);
+    ASSERT_TRUE(kept.open(QIODevice::WriteOnly));
+    kept.write(R"({"cues":[{"id":"K","in":"01:00:00:00","out":"","text":"set aside","notes":""}],"options":"","path":""})");
+    kept.close();
+    alerts.buttonAnswers = {2, 0};
+    doc->offerRecovery();
+    EXPECT_FALSE(QFile::exists(aside));
+    EXPECT_EQ(doc->collection()[0].cueText, QStringLiteral("left unsaved"));
 }
 
 } // namespace

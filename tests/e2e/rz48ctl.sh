@@ -32,6 +32,31 @@ run --simulate diff "$dir/bad.rz48setup"; status=$?
 [ $status -eq 1 ] || say "unknown line: exit $status, not 1"
 grep -q "bad.rz48setup:4: not a setting command" "$dir/err" || say "unknown line: $(cat "$dir/err")"
 
+# CR-only line ends read like LF; a file with no setting, or a value beyond
+# its field, is refused with nothing sent.
+printf '# a setup\rH 12 0 7 0 40\r' >"$dir/cr.rz48setup"
+run --simulate diff "$dir/cr.rz48setup"; status=$?
+[ $status -eq 1 ] && grep -qx "H: file H 12 0 7 0 40 / unit H 0 0 0 0 0" "$dir/out" || say "CR-only setup: exit $status: $(cat "$dir/out" "$dir/err")"
+printf '# only a comment\n' >"$dir/empty.rz48setup"
+run --simulate apply "$dir/empty.rz48setup"; status=$?
+[ $status -eq 1 ] && grep -q "no setting in .*empty.rz48setup" "$dir/err" || say "no setting: exit $status: $(cat "$dir/err")"
+printf 'A 2\nH 99999999999 0 0 0 0\n' >"$dir/range.rz48setup"
+run --simulate apply "$dir/range.rz48setup"; status=$?
+[ $status -eq 1 ] && grep -q "range.rz48setup:2: 99999999999 is outside" "$dir/err" || say "out of range: exit $status: $(cat "$dir/err")"
+
+# A line break inside an argument separates two commands, never merges them.
+run --simulate send $'A 2\nA 0' A || say "send of two lines: exit $?: $(cat "$dir/err")"
+[ "$(tail -1 "$dir/out")" = "A 0" ] || say "send of two lines: the unit reports $(tail -1 "$dir/out")"
+
+# A full disk: save fails, says why, and keeps the old file.
+echo "# the old setup" >"$dir/kept.rz48setup"
+( ulimit -f 0; trap '' XFSZ; exec "$ctl" --simulate save "$dir/kept.rz48setup" ) 2>&1 | cat >"$dir/err"
+status=${PIPESTATUS[0]}
+[ $status -eq 1 ] || say "save on a full disk: exit $status, not 1"
+grep -q "File too large" "$dir/err" || say "save on a full disk said: $(cat "$dir/err")"
+[ "$(cat "$dir/kept.rz48setup")" = "# the old setup" ] || say "save on a full disk changed the old file"
+[ "$(ls -A "$dir" | grep -c '^\.kept')" -eq 0 ] || say "save on a full disk left a temporary file"
+
 printf '01:00:00:00 01:00:05:00 first\n01:00:10:00 second\n' >"$dir/sheet.txt"
 run --simulate send-cues "$dir/sheet.txt" || say "send-cues: exit $?: $(cat "$dir/err")"
 [ "$(cat "$dir/out")" = "$(printf 'h 0\nsuccess!')" ] || say "send-cues printed: $(cat "$dir/out")"

@@ -522,6 +522,33 @@ TEST_F(PanelTest, SetupsSavedComparedRevertedAndLoaded)
     EXPECT_EQ(alerts.messages.last(), QStringLiteral("No difference between good.rz48setup after it was sent."));
     EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
     EXPECT_EQ(find<QLineEdit>("textBoxMaskingRight")->text(), QStringLiteral("8"));
+
+    // A unit that reports nothing gives no setup file at all.
+    host.unit().setSilent(true);
+    panels.nextSave = dir.filePath(QStringLiteral("empty.rz48setup"));
+    shown = int(alerts.messages.size());
+    setups->menuSaveSetup();
+    ASSERT_TRUE(settle(shown));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("The unit reported no setting: nothing was saved."));
+    EXPECT_FALSE(QFile::exists(panels.nextSave));
+}
+
+// The window closed while a setup is being read: the capture ends with the
+// link, and nothing touches the link after it is gone (the sanitizer build
+// sees any use after its deletion).
+TEST_F(PanelTest, AWindowClosedDuringASetupCapture)
+{
+    startWithUnit();
+    SetupController* setups = view->setups();
+    ASSERT_TRUE(waitUntil([&] { return setups->connectionSetup().lines.size() == 15; }, 5000));
+    panels.nextSave = dir.filePath(QStringLiteral("closing.rz48setup"));
+    setups->menuSaveSetup();
+    ASSERT_TRUE(setups->busy());
+    view->windowClosing();
+    EXPECT_FALSE(setups->busy());
+    QTest::qWait(200); // the capture's timer turns four times, if it still ran
+    EXPECT_FALSE(QFile::exists(panels.nextSave));
+    EXPECT_TRUE(alerts.messages.isEmpty());
 }
 
 } // namespace

@@ -37,8 +37,18 @@ public:
         choices = offered;
         return choice;
     }
+    int askButtons(const QString& message, const QString&, const QStringList& buttons, int defaultButton, int escapeButton) override
+    {
+        questions << message;
+        choices = buttons;
+        defaults << defaultButton;
+        escapes << escapeButton;
+        return buttonAnswers.isEmpty() ? choice : buttonAnswers.takeFirst();
+    }
     QStringList messages;
     QStringList details; // each alert's informative text
+    QList<int> defaults, escapes; // of each question with buttons
+    QList<int> buttonAnswers;     // answered in turn before `choice`
     QStringList questions;
     QStringList choices;
     rz48::SaveChoice answer = rz48::SaveChoice::Cancel;

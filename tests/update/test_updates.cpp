@@ -129,6 +129,12 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     const size_t before = host.unit().commands().size();
     view->updates()->menuFileUpdateMicro();
     EXPECT_TRUE(view->updates()->isUpdating());
+    // The setup commands wait for the update's end: no empty setup is saved.
+    panels.nextSave = dir.filePath(QStringLiteral("during.rz48setup"));
+    view->setups()->menuSaveSetup();
+    view->setups()->menuCompareSetup();
+    EXPECT_EQ(alerts.messages, QStringList(2, QStringLiteral("An update is running: the unit's setup can be saved, loaded or compared once it has ended.")));
+    EXPECT_FALSE(QFile::exists(panels.nextSave));
     ASSERT_TRUE(finishedWith(QStringLiteral("success!"))) << label->text().toStdString();
     // The unit's setup is read and saved first; then the settings block.
     std::vector<std::string> sent = sentSince(before);
