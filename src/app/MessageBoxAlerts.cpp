@@ -46,6 +46,21 @@ QString FileDialogPanel::savePath(const QString& title, const QString& suffix)
     return dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty() ? dialog.selectedFiles().first() : QString();
 }
 
+QString FileDialogPanel::savePathAmong(const QString& title, const QStringList& suffixes)
+{
+    QFileDialog dialog(parent_, title);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    QStringList filters;
+    for (const QString& s : suffixes)
+        filters << QStringLiteral("*.%1").arg(s);
+    dialog.setNameFilters(filters);
+    dialog.setDefaultSuffix(suffixes.value(0));
+    // The name gets the extension of the kind of file chosen.
+    QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog,
+                     [&dialog](const QString& filter) { dialog.setDefaultSuffix(filter.mid(2)); });
+    return dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty() ? dialog.selectedFiles().first() : QString();
+}
+
 QString FileDialogPanel::openPath(const QString& title, const QStringList& suffixes)
 {
     QStringList patterns;

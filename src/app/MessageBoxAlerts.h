@@ -35,6 +35,7 @@ public:
     {
     }
     QString savePath(const QString& title, const QString& suffix) override;
+    QString savePathAmong(const QString& title, const QStringList& suffixes) override;
     QString openPath(const QString& title, const QStringList& suffixes) override;
 
 private:

@@ -46,4 +46,29 @@ QString askOpenPathWithExtension(const QString& title, const QString& extension,
     return withExtension(askOpenPath(title, offered), extension);
 }
 
+static QString withOneOf(const QString& path, const QStringList& extensions)
+{
+    if (path.isEmpty())
+        return {};
+    if (!extensions.contains(QFileInfo(path).suffix().toLower())) {
+        QStringList dotted;
+        for (const QString& e : extensions)
+            dotted << QLatin1Char('.') + e;
+        const QString last = dotted.takeLast();
+        showAlert(QObject::tr("select a file with %1 extension").arg(dotted.isEmpty() ? last : dotted.join(QStringLiteral(", ")) + QObject::tr(" or ") + last));
+        return {};
+    }
+    return path;
+}
+
+QString askSavePathAmong(const QString& title, const QStringList& extensions)
+{
+    return withOneOf(g_panel ? g_panel->savePathAmong(title, extensions) : QString(), extensions);
+}
+
+QString askOpenPathAmong(const QString& title, const QStringList& extensions)
+{
+    return withOneOf(askOpenPath(title, extensions), extensions);
+}
+
 } // namespace rz48

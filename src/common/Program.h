@@ -11,6 +11,7 @@ namespace rz48 {
 
 inline void nameProgram(const char* name)
 {
+    QCoreApplication::setOrganizationName(QStringLiteral("rz48")); // where settings are kept
     QCoreApplication::setApplicationName(QLatin1String(name));
     QCoreApplication::setApplicationVersion(QStringLiteral(RZ48_VERSION));
 }

@@ -10,7 +10,9 @@ namespace {
 
 constexpr int kKeys = 5;
 const char* const kKeyNames[kKeys] = {"cueId", "cueIn", "cueOut", "cueText", "cueNotes"};
-constexpr quint32 kArchiveMagic = 0x525A4355; // "RZCU"
+constexpr quint32 kArchiveMagic = 0x525A4355; // "RZCU": the five texts
+constexpr quint32 kArchiveMagic2 = 0x525A4332; // "RZC2": a count of keys, the session's fields among them
+constexpr quint32 kMostKeys = 64;
 
 } // namespace
 
@@ -32,29 +34,57 @@ void CueItem::encodeWithCoder(QDataStream& out) const
         out << QString::fromLatin1(kKeyNames[i]) << *values[i];
 }
 
-CueItem CueItem::initWithCoder(QDataStream& in)
+CueItem CueItem::initWithCoder(QDataStream& in, quint32 keys)
 {
     CueItem item;
     QString* values[kKeys] = {&item.cueId, &item.cueIn, &item.cueOut, &item.cueText, &item.cueNotes};
-    for (int i = 0; i < kKeys && in.status() == QDataStream::Ok; ++i) {
+    for (quint32 i = 0; i < keys && in.status() == QDataStream::Ok; ++i) {
         QString key, value;
         in >> key >> value;
         for (int k = 0; k < kKeys; ++k)
             if (key == QLatin1String(kKeyNames[k]))
                 *values[k] = value;
+        if (key == QLatin1String("character"))
+            item.character = value;
+        else if (key == QLatin1String("reason"))
+            item.reason = value;
+        else if (key == QLatin1String("status"))
+            item.status = rz48::statusFromName(value).value_or(CueStatus::Todo);
     }
     return item;
 }
 
 namespace rz48 {
 
+QString statusName(CueStatus status)
+{
+    switch (status) {
+    case CueStatus::Done: return QStringLiteral("done");
+    case CueStatus::Omit: return QStringLiteral("omit");
+    case CueStatus::Todo: break;
+    }
+    return QStringLiteral("todo");
+}
+
+std::optional<CueStatus> statusFromName(const QString& name)
+{
+    for (CueStatus s : {CueStatus::Todo, CueStatus::Done, CueStatus::Omit})
+        if (name == statusName(s))
+            return s;
+    return std::nullopt;
+}
+
 QByteArray archiveCueItems(const QList<CueItem>& items)
 {
     QByteArray data;
     QDataStream out(&data, QIODevice::WriteOnly);
-    out << kArchiveMagic << quint32(items.size());
-    for (const CueItem& item : items)
+    out << kArchiveMagic2 << quint32(items.size());
+    for (const CueItem& item : items) {
+        out << quint32(kKeys + 3);
         item.encodeWithCoder(out);
+        out << QStringLiteral("character") << item.character << QStringLiteral("reason") << item.reason
+            << QStringLiteral("status") << statusName(item.status);
+    }
     return data;
 }
 
@@ -64,12 +94,18 @@ QList<CueItem> unarchiveCueItems(const QByteArray& data)
     quint32 magic = 0, count = 0;
     in >> magic >> count;
     QList<CueItem> items;
-    if (magic != kArchiveMagic)
+    if (magic != kArchiveMagic && magic != kArchiveMagic2)
         return items;
     // Each item takes at least ten strings' headers: a count beyond what
     // the data could hold is a damaged archive.
     for (quint32 i = 0; i < count && in.status() == QDataStream::Ok && !in.atEnd(); ++i) {
-        CueItem item = CueItem::initWithCoder(in);
+        quint32 keys = kKeys;
+        if (magic == kArchiveMagic2) {
+            in >> keys;
+            if (keys > kMostKeys)
+                break;
+        }
+        CueItem item = CueItem::initWithCoder(in, keys);
         if (in.status() != QDataStream::Ok)
             break;
         items.append(item);

@@ -174,6 +174,14 @@ QString cueItemText(const CueItem& item, bool cueIdIncluded, bool textIncluded)
     return s + removeUniChars(item.cueText);
 }
 
+QList<CueItem> withCharacterInText(QList<CueItem> items)
+{
+    for (CueItem& item : items)
+        if (!item.character.isEmpty())
+            item.cueText = item.character + QStringLiteral(": ") + item.cueText;
+    return items;
+}
+
 QStringList txInOutsCommands(const QList<CueItem>& items, const TcCalculator& tcc)
 {
     QStringList commands {QStringLiteral("h 0")};

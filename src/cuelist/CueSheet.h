@@ -26,6 +26,9 @@ struct Options {
     bool pulldown = false;  // MIDI export with pull-down
     QString start;          // MIDI export start timecode, as typed
     int tctype = 3;         // 0 = 24, 1 = 25, 2 = 30 drop, 3 = 30 non-drop
+    // "CHARACTER: " before the text sent and exported. The sheet has no
+    // line for it (a list's own file keeps it).
+    bool characterInText = false;
     // Option lines whose value does not read as what the option holds (a
     // ";start" that is not a timecode, a ";tctype" that is not a number):
     // taken as the sheet has always taken them, and named by the check.
@@ -52,6 +55,9 @@ void cueTableFromString(const QString& text, Options& options, QList<CueItem>& i
 QString removeUniChars(const QString& text);
 // The text that stands for a cue on the unit.
 QString cueItemText(const CueItem& item, bool cueIdIncluded, bool textIncluded);
+// The cues with "CHARACTER: " before the text of each that has a character:
+// what is sent and exported with the "character in text" option.
+QList<CueItem> withCharacterInText(QList<CueItem> items);
 // The commands of an In/Out transfer: "h 0", then "f" lines up to the first
 // cue without a valid In time.
 QStringList txInOutsCommands(const QList<CueItem>& items, const TcCalculator& tcc);

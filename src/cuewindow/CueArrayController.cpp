@@ -34,14 +34,29 @@ QString CueArrayController::columnText(const CueItem& item, int column)
     case ColumnOut: return item.cueOut;
     case ColumnText: return item.cueText;
     case ColumnNotes: return item.cueNotes;
+    case ColumnCharacter: return item.character;
+    case ColumnReason: return item.reason;
+    case ColumnStatus: return rz48::statusName(item.status);
     default: return {};
     }
+}
+
+QString CueArrayController::statusText(CueStatus status)
+{
+    switch (status) {
+    case CueStatus::Done: return tr("Done");
+    case CueStatus::Omit: return tr("Omitted");
+    case CueStatus::Todo: break;
+    }
+    return tr("To do");
 }
 
 QVariant CueArrayController::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid() || index.row() >= items_.size() || (role != Qt::DisplayRole && role != Qt::EditRole))
         return {};
+    if (index.column() == ColumnStatus)
+        return statusText(items_[index.row()].status);
     const QString raw = columnText(items_[index.row()], index.column());
     if (index.column() == ColumnIn || index.column() == ColumnOut)
         return TCFormatter::stringForObjectValue(raw);
@@ -60,6 +75,15 @@ bool CueArrayController::setData(const QModelIndex& index, const QVariant& value
     case ColumnOut: item.cueOut = TCFormatter::getObjectValue(text); break;
     case ColumnText: item.cueText = text; break;
     case ColumnNotes: item.cueNotes = text; break;
+    case ColumnCharacter: item.character = text; break;
+    case ColumnReason: item.reason = text; break;
+    case ColumnStatus: {
+        const std::optional<CueStatus> status = rz48::statusFromName(text);
+        if (!status)
+            return false;
+        item.status = *status;
+        break;
+    }
     default: return false;
     }
     emit dataChanged(index, index);
@@ -70,14 +94,15 @@ Qt::ItemFlags CueArrayController::flags(const QModelIndex& index) const
 {
     if (!index.isValid())
         return Qt::ItemIsDropEnabled;
-    return Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsEditable | Qt::ItemIsDragEnabled;
+    const Qt::ItemFlags editable = index.column() == ColumnStatus ? Qt::NoItemFlags : Qt::ItemIsEditable; // a click moves it on
+    return Qt::ItemIsSelectable | Qt::ItemIsEnabled | editable | Qt::ItemIsDragEnabled;
 }
 
 QVariant CueArrayController::headerData(int section, Qt::Orientation orientation, int role) const
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return QAbstractTableModel::headerData(section, orientation, role);
-    static const char* const titles[ColumnCount] = {"ID", "In", "Out", "Text", "Notes"};
+    static const char* const titles[ColumnCount] = {"ID", "In", "Out", "Text", "Notes", "Character", "Reason", "Status"};
     return section >= 0 && section < ColumnCount ? QString::fromLatin1(titles[section]) : QVariant();
 }
 

@@ -1,6 +1,8 @@
 #pragma once
-// The cue list as the table shows it: five columns (ID, In, Out, Text,
-// Notes), editable in place, In and Out shown and typed through TCFormatter.
+// The cue list as the table shows it: the sheet's five columns (ID, In, Out,
+// Text, Notes), then Character, Reason and Status, editable in place (the
+// status by a click that moves it on), In and Out shown and typed through
+// TCFormatter.
 // It also turns text into cues (sheets and plain text) and back.
 #include "cuelist/CueItem.h"
 #include "cuelist/CueSheet.h"
@@ -13,7 +15,7 @@ class CueDocument;
 class CueArrayController : public QAbstractTableModel {
     Q_OBJECT
 public:
-    enum Column { ColumnId, ColumnIn, ColumnOut, ColumnText, ColumnNotes, ColumnCount };
+    enum Column { ColumnId, ColumnIn, ColumnOut, ColumnText, ColumnNotes, ColumnCharacter, ColumnReason, ColumnStatus, ColumnCount };
 
     explicit CueArrayController(QObject* parent = nullptr);
 
@@ -29,8 +31,10 @@ public:
     void setItems(const QList<CueItem>& items);
     void appendItems(const QList<CueItem>& items);
     void insertItems(int row, const QList<CueItem>& items);
-    // The raw text of a column, as stored.
+    // The raw text of a column, as stored (the status's name).
     static QString columnText(const CueItem& item, int column);
+    // The status as the table shows it: "To do", "Done", "Omitted".
+    static QString statusText(CueStatus status);
 
     // Reads a sheet or any text with timecodes: option lines go to the
     // document, cues are appended.

@@ -6,6 +6,7 @@
 #include "common/FilePanels.h"
 #include "cuewindow/CueArrayController.h"
 #include "cuewindow/CueCheckPane.h"
+#include "cuewindow/CueFilter.h"
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
 #include "link/ComThread.h"
@@ -34,25 +35,6 @@
 
 namespace {
 
-// Column sort of the table: the raw texts, ignoring case.
-class ArrangedCues : public QSortFilterProxyModel {
-public:
-    using QSortFilterProxyModel::QSortFilterProxyModel;
-
-protected:
-    bool lessThan(const QModelIndex& left, const QModelIndex& right) const override
-    {
-        auto* cues = static_cast<CueArrayController*>(sourceModel());
-        const CueItem& a = cues->items()[left.row()];
-        const CueItem& b = cues->items()[right.row()];
-        if (left.column() == CueArrayController::ColumnIn)
-            return a.caseInsensitiveCompare(b) < 0;
-        return CueArrayController::columnText(a, left.column())
-                   .compare(CueArrayController::columnText(b, left.column()), Qt::CaseInsensitive)
-            < 0;
-    }
-};
-
 constexpr qint64 kMaxMidiBytes = 16 * 1024 * 1024;
 
 } // namespace
@@ -60,10 +42,12 @@ constexpr qint64 kMaxMidiBytes = 16 * 1024 * 1024;
 CueDocument::CueDocument(QObject* parent)
     : QObject(parent)
     , controller_(new CueArrayController(this))
-    , arranged_(new ArrangedCues(this))
+    , arranged_(new CueSorter(this))
+    , shown_(new CueFilter(this))
 {
     arranged_->setSourceModel(controller_);
-    history_ = new CueHistory(controller_, [this] { return cueSheetInitValues(); }, this);
+    shown_->setSourceModel(arranged_);
+    history_ = new CueHistory(controller_, [this] { return nativeList(); }, this);
     // Undoing back to the saved list leaves nothing unsaved.
     connect(history_, &CueHistory::cleanChanged, this, [this](bool clean) { setModified(!clean); });
     auto touched = [this] { setModified(true); };
@@ -111,7 +95,7 @@ void CueDocument::makeWindowControllers()
     auto* layout = new QVBoxLayout(central);
 
     table_ = new CueTableView(central);
-    table_->setModel(arranged_);
+    table_->setModel(shown_);
     table_->horizontalHeader()->setSortIndicatorShown(true);
     connect(table_->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int column) {
         arranged_->sort(column, table_->horizontalHeader()->sortIndicatorOrder());
@@ -137,19 +121,32 @@ void CueDocument::makeWindowControllers()
     edit->addAction(undo);
     edit->addAction(redo);
     edit->addSeparator();
+    QAction* done = edit->addAction(tr("Mark &done / to do"), this, &CueDocument::toggleDone);
+    done->setObjectName(QStringLiteral("menuEditToggleDone"));
+    done->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_D));
+    connect(table_, &QTableView::clicked, this, [this](const QModelIndex& index) {
+        if (index.column() == CueArrayController::ColumnStatus)
+            moveStatusOn(cueOfView(index));
+    });
+    edit->addSeparator();
     QAction* copyAction = edit->addAction(tr("&Copy cues"), this, &CueDocument::copy);
     copyAction->setObjectName(QStringLiteral("menuEditCopy"));
     copyAction->setShortcut(QKeySequence::Copy);
     QAction* pasteAction = edit->addAction(tr("&Paste cues"), this, &CueDocument::paste);
     pasteAction->setObjectName(QStringLiteral("menuEditPaste"));
     pasteAction->setShortcut(QKeySequence::Paste);
+    layout->addLayout(makeFilterBar(central));
     layout->addWidget(table_, 1);
     findings_ = new CueCheckPane(central);
     layout->addWidget(findings_);
     connect(findings_, &CueCheckPane::rowChosen, this, [this](int row) {
-        const QModelIndex shown = arranged_->mapFromSource(controller_->index(row - 1, 0));
-        if (shown.isValid())
+        const QModelIndex shown = viewIndexOfCue(row - 1);
+        if (!shown.isValid() && row >= 1) {
+            clearFilter(); // a hidden cue is shown to be chosen
+            selectCue(row - 1);
+        } else if (shown.isValid()) {
             table_->selectRow(shown.row());
+        }
     });
 
     auto* options = new QGridLayout;
@@ -165,6 +162,7 @@ void CueDocument::makeWindowControllers()
     checkBoxExportText = box("checkBoxExportText", tr("Cue text"), 0, 2);
     checkBoxCueIdInText = box("checkBoxCueIdInText", tr("Cue ID in text"), 0, 3);
     checkBoxPulldown = box("checkBoxPulldown", tr("Pull-down"), 1, 0);
+    checkBoxCharacterInText = box("checkBoxCharacterInText", tr("Character in text"), 0, 4);
     textBoxMidiStart = new QLineEdit(central);
     textBoxMidiStart->setObjectName(QStringLiteral("textBoxMidiStart"));
     textBoxMidiStart->setPlaceholderText(QStringLiteral("00:00:00:00"));
@@ -257,6 +255,7 @@ rz48::cuesheet::Options CueDocument::options() const
     o.pulldown = checkBoxPulldown->isChecked();
     o.start = textBoxMidiStart->text();
     o.tctype = comboBoxMidiTcType->currentIndex();
+    o.characterInText = checkBoxCharacterInText->isChecked();
     return o;
 }
 
@@ -265,7 +264,8 @@ void CueDocument::applyOptions(const rz48::cuesheet::Options& o)
     if (!window_)
         return;
     const QSignalBlocker b1(checkBoxDuplicate), b2(checkBoxMidnightCalc), b3(checkBoxExportText),
-        b4(checkBoxCueIdInText), b5(checkBoxPulldown);
+        b4(checkBoxCueIdInText), b5(checkBoxPulldown), b6(checkBoxCharacterInText);
+    checkBoxCharacterInText->setChecked(o.characterInText);
     checkBoxDuplicate->setChecked(o.duplicate);
     checkBoxMidnightCalc->setChecked(o.midnight);
     checkBoxExportText->setChecked(o.text);
@@ -301,7 +301,7 @@ void CueDocument::initValueFromString(const QString& line)
 QString CueDocument::cueItemText(const CueItem& item) const
 {
     const rz48::cuesheet::Options o = options();
-    return rz48::cuesheet::cueItemText(item, o.cueId, o.text);
+    return rz48::cuesheet::cueItemText(o.characterInText ? rz48::cuesheet::withCharacterInText({item}).first() : item, o.cueId, o.text);
 }
 
 void CueDocument::send(const QString& command)
@@ -327,7 +327,7 @@ void CueDocument::tableViewSelectionDidChange()
             first = index.row();
     if (first < 0)
         return;
-    const int cue = arranged_->mapToSource(arranged_->index(first, 0)).row();
+    const int cue = cueOfView(shown_->index(first, 0));
     if (cue >= 0 && cue < collection().size())
         sendCueItemText(collection()[cue]);
 }
@@ -396,7 +396,7 @@ void CueDocument::onExportMidi()
         return;
     OnSort();
     const rz48::cuesheet::Options o = options();
-    const QByteArray file = midiTrack_.onExportMidi(collection(), o.start, o.tctype, offset_, o.text, o.pulldown, o.cueId);
+    const QByteArray file = midiTrack_.onExportMidi(o.characterInText ? rz48::cuesheet::withCharacterInText(collection()) : collection(), o.start, o.tctype, offset_, o.text, o.pulldown, o.cueId);
     QString path = rz48::askSavePath(tr("Export MIDI cue track"), QStringLiteral("mid"));
     if (path.isEmpty())
         return;
@@ -450,7 +450,7 @@ void CueDocument::onRemoveCues()
         return;
     QList<int> rows;
     for (const QModelIndex& index : table_->selectionModel()->selectedRows())
-        rows << arranged_->mapToSource(index).row();
+        rows << cueOfView(index);
     std::sort(rows.begin(), rows.end(), std::greater<int>());
     history_->nameNextStep(tr("Remove cues"));
     for (int row : rows)
@@ -469,7 +469,7 @@ void CueDocument::copy()
         return;
     QModelIndexList rows;
     for (const QModelIndex& index : table_->selectionModel()->selectedRows())
-        rows << arranged_->mapToSource(index);
+        rows << controller_->index(cueOfView(index), 0);
     if (!rows.isEmpty())
         QGuiApplication::clipboard()->setMimeData(controller_->mimeData(rows));
 }

@@ -6,6 +6,7 @@
 #include "cuelist/CueItem.h"
 #include "cuelist/CueSheet.h"
 #include "cuelist/MidiTrack.h"
+#include "cuelist/NativeCueList.h"
 #include "timecode/TcCalculator.h"
 
 #include <QMainWindow>
@@ -13,6 +14,7 @@
 #include <QPointer>
 
 #include <functional>
+#include <optional>
 
 class ComThread;
 class CueArrayController;
@@ -23,7 +25,10 @@ class QCheckBox;
 class QComboBox;
 class QLineEdit;
 class QMenu;
-class QSortFilterProxyModel;
+class CueFilter;
+class CueSorter;
+class QLabel;
+class QLayout;
 
 class CueDocument : public QObject {
     Q_OBJECT
@@ -75,9 +80,35 @@ public:
     // The selected cues to the clipboard: archived, and as sheet lines.
     void copy();
 
-    // The cue sheet files of the File menu.
+    // The selected cues marked done, or back to do when all of them are done
+    // (Ctrl+D); one step of the history.
+    void toggleDone();
+    // A cue's status moved on (to do, done, omitted, to do): a click on its
+    // status; one step of the history.
+    void moveStatusOn(int cue);
+    // Shows only one character's cues (empty: all) and one status (none: all).
+    void setFilter(const QString& character, std::optional<CueStatus> status);
+    void clearFilter() { setFilter({}, std::nullopt); }
+    // The counts shown under the filter ("PETER: 12 cues, 5 done").
+    QString countsText() const;
+    // The cue (a row of the list) of a row of the table, and back (invalid when the filter hides it).
+    int cueOfView(const QModelIndex& index) const;
+    QModelIndex viewIndexOfCue(int cue) const;
+    void selectCue(int cue);
+
+    // The list's files: its own (.rz48cues) or a cue sheet, by the path's
+    // extension. Saving names the file the list's own.
+    bool saveList(const QString& path, QString* error = nullptr);
     bool saveSheet(const QString& path, QString* error = nullptr);
+    // Opens the list's own file (known by its content) or a sheet or text.
     bool openSheet(const QString& path, QString* error = nullptr);
+    // The same, from the command line or another panel: says why it cannot.
+    bool openFile(const QString& path);
+    // The whole list as its own file keeps it.
+    rz48::native::CueList nativeList() const;
+    // The last files opened or saved (eight), kept between runs.
+    static QStringList recentFiles();
+    static void rememberFile(const QString& path);
     // Save writes to the sheet's own file (Save As when it has none).
     void menuFileSave();
     void menuFileSaveAs();
@@ -114,11 +145,19 @@ private:
     void showTitle();
     // Runs the check before `action`; false when it found errors and the operator stays.
     bool checkedBefore(const QString& action);
+    // Whether the list may be saved to `path`: a sheet would drop the
+    // session's fields, so the operator is asked (and may save the list's
+    // own file instead).
+    bool sheetMayDrop(const QString& path);
     // Unsaved changes are saved or discarded: false when the operator stays.
     bool settleChanges(const QString& question);
 
     CueArrayController* controller_;
-    QSortFilterProxyModel* arranged_;
+    QLayout* makeFilterBar(QWidget* parent);
+    void showCounts();
+
+    CueSorter* arranged_;
+    CueFilter* shown_;
     MidiTrack midiTrack_;
     TcCalculator tcc_;
     ComThread* comThread_ = nullptr;
@@ -126,6 +165,7 @@ private:
     bool modified_ = false;
     CueHistory* history_;
     QString filePath_;
+    rz48::native::CueList kept_; // what the list's own file holds beside the cues and options
 
     QPointer<QMainWindow> window_;
     CueTableView* table_ = nullptr;
@@ -137,6 +177,10 @@ private:
     QCheckBox* checkBoxPulldown = nullptr;
     QLineEdit* textBoxMidiStart = nullptr;
     QComboBox* comboBoxMidiTcType = nullptr;
+    QCheckBox* checkBoxCharacterInText = nullptr;
+    QComboBox* comboBoxFilterCharacter = nullptr;
+    QComboBox* comboBoxFilterStatus = nullptr;
+    QLabel* labelCueCounts = nullptr;
 };
 
 // The sheet commands (New, Open, Save, Save As, with their shortcuts) in a

@@ -1,10 +1,12 @@
-// The cue list's files: the cue sheet of the File menu (New, Open, Save,
-// Save As, in both windows) and the list offered back after a crash.
+// The cue list's files: the list's own file (.rz48cues, every field kept)
+// and the cue sheet (.txt, five texts per cue) of the File menu (New, Open,
+// Open Recent, Save, Save As, in both windows), and the list offered back
+// after a crash.
 #include "cuewindow/CueDocument.h"
 
-#include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
+#include "common/FileIo.h"
 #include "common/FilePanels.h"
 #include "cuewindow/CueArrayController.h"
 #include "cuewindow/CueHistory.h"
@@ -13,14 +15,29 @@
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
+#include <QSettings>
+#include <QStringDecoder>
+
+namespace {
+
+constexpr int kRecentFiles = 8;
+const QString kNative = QLatin1String(rz48::native::kExtension);
+const QString kSheet = QStringLiteral("txt");
+
+bool isNativePath(const QString& path)
+{
+    return QFileInfo(path).suffix().compare(kNative, Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
 
 void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document)
 {
     const std::tuple<const char*, QString, void (CueDocument::*)(), QKeySequence> commands[] = {
         {"menuFileNew", CueDocument::tr("&New cue list"), &CueDocument::menuFileNew, QKeySequence::New},
-        {"menuFileOpen", CueDocument::tr("&Open cue sheet..."), &CueDocument::menuFileOpen, QKeySequence::Open},
-        {"menuFileSave", CueDocument::tr("&Save cue sheet"), &CueDocument::menuFileSave, QKeySequence::Save},
-        {"menuFileSaveAs", CueDocument::tr("Save cue sheet &as..."), &CueDocument::menuFileSaveAs, QKeySequence::SaveAs},
+        {"menuFileOpen", CueDocument::tr("&Open cue list..."), &CueDocument::menuFileOpen, QKeySequence::Open},
+        {"menuFileSave", CueDocument::tr("&Save cue list"), &CueDocument::menuFileSave, QKeySequence::Save},
+        {"menuFileSaveAs", CueDocument::tr("Save cue list &as..."), &CueDocument::menuFileSaveAs, QKeySequence::SaveAs},
     };
     for (const auto& [name, title, command, keys] : commands) {
         QAction* action = menu->addAction(title, menu, [document, command = command] {
@@ -29,30 +46,98 @@ void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document
         });
         action->setObjectName(QLatin1String(name));
         action->setShortcut(keys);
+        if (command == &CueDocument::menuFileOpen) {
+            // The last files opened or saved, kept between runs.
+            QMenu* recent = menu->addMenu(CueDocument::tr("Open &recent"));
+            recent->setObjectName(QStringLiteral("menuFileOpenRecent"));
+            QObject::connect(recent, &QMenu::aboutToShow, recent, [recent, document] {
+                recent->clear();
+                for (const QString& path : CueDocument::recentFiles())
+                    recent->addAction(path, recent, [document, path] {
+                        if (CueDocument* d = document())
+                            d->openFile(path);
+                    });
+                recent->setEnabled(!recent->isEmpty());
+            });
+        }
     }
 }
 
-bool CueDocument::saveSheet(const QString& path, QString* error)
+QStringList CueDocument::recentFiles()
 {
-    if (!rz48::writeFileAtomically(path, stringFromCueTable().toUtf8(), error))
+    return QSettings().value(QStringLiteral("recentCueLists")).toStringList();
+}
+
+void CueDocument::rememberFile(const QString& path)
+{
+    QStringList recent = recentFiles();
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    recent.removeAll(absolute);
+    recent.prepend(absolute);
+    QSettings().setValue(QStringLiteral("recentCueLists"), recent.mid(0, kRecentFiles));
+}
+
+rz48::native::CueList CueDocument::nativeList() const
+{
+    rz48::native::CueList list = kept_;
+    list.options = options();
+    list.cues = collection();
+    return list;
+}
+
+bool CueDocument::saveList(const QString& path, QString* error)
+{
+    const QByteArray bytes = isNativePath(path) ? rz48::native::writeCueList(nativeList()) : stringFromCueTable().toUtf8();
+    if (!rz48::writeFileAtomically(path, bytes, error))
         return false;
     filePath_ = path;
     history_->setFilePath(path);
     history_->markClean();
     setModified(false);
+    rememberFile(path);
     return true;
+}
+
+bool CueDocument::saveSheet(const QString& path, QString* error)
+{
+    return saveList(path, error);
 }
 
 bool CueDocument::openSheet(const QString& path, QString* error)
 {
-    QString text;
-    if (!rz48::readUtf8File(path, rz48::cuesheet::kMaxSheetBytes, text, error))
+    // The list's own file by its content, whatever its name; else a cue
+    // sheet or any UTF-8 text with times.
+    QByteArray bytes;
+    if (!rz48::readFileBounded(path, rz48::native::kMaxBytes, bytes, error))
         return false;
+    rz48::native::CueList list;
+    const bool native = rz48::native::looksNative(bytes);
+    if (native && !rz48::native::readCueList(bytes, list, error))
+        return false;
+    QString text;
+    if (!native) {
+        if (bytes.size() > rz48::cuesheet::kMaxSheetBytes)
+            return rz48::readUtf8File(path, rz48::cuesheet::kMaxSheetBytes, text, error); // says why
+        QStringDecoder decoder(QStringDecoder::Utf8);
+        text = decoder.decode(bytes);
+        if (decoder.hasError()) {
+            if (error)
+                *error = tr("the file is not UTF-8 text");
+            return false;
+        }
+    }
     // Open appends: the list keeps its file only when it was empty before.
     const bool wasEmpty = collection().isEmpty();
     history_->recordNow();
     history_->nameNextStep(tr("Open %1").arg(QFileInfo(path).fileName()));
-    controller_->cueTableFromString(text, this);
+    if (native) {
+        applyOptions(list.options);
+        kept_ = list;
+        kept_.cues.clear();
+        controller_->appendItems(list.cues);
+    } else {
+        controller_->cueTableFromString(text, this);
+    }
     filePath_ = wasEmpty ? path : QString();
     history_->setFilePath(filePath_);
     if (wasEmpty) {
@@ -63,10 +148,45 @@ bool CueDocument::openSheet(const QString& path, QString* error)
         history_->recordNow();
         setModified(true);
     }
+    rememberFile(path);
     return true;
 }
 
+bool CueDocument::openFile(const QString& path)
+{
+    QString error;
+    const bool opened = openSheet(path, &error);
+    if (opened)
+        rz48::diag("cue list opened: %s\n", qPrintable(path));
+    else
+        rz48::showAlert(tr("cannot open %1").arg(path), error);
+    showWindows();
+    return opened;
+}
+
 // ---------------------------------------------------------------- the File menu
+
+bool CueDocument::sheetMayDrop(const QString& path)
+{
+    // A sheet holds five texts per cue: what it would drop is named first.
+    if (isNativePath(path))
+        return true;
+    const QStringList dropped = rz48::native::fieldsTheSheetDrops(nativeList());
+    if (dropped.isEmpty())
+        return true;
+    enum { SaveAsList, SaveSheet, Cancel };
+    const int choice = rz48::askButtons(
+        tr("%1 is a cue sheet, which cannot hold the list's %2.").arg(QFileInfo(path).fileName(), dropped.join(tr(", "))),
+        tr("Save the list as a cue list (.%1) to keep them, or save the sheet without them.").arg(kNative),
+        {tr("Save as cue list..."), tr("Save sheet without them"), tr("Cancel")}, SaveAsList, Cancel);
+    if (choice == SaveAsList) {
+        const QString native = rz48::askSavePathAmong(tr("Save cue list"), {kNative});
+        QString error;
+        if (!native.isEmpty() && !saveList(native, &error))
+            rz48::showAlert(tr("cannot save %1").arg(native), error);
+    }
+    return choice == SaveSheet;
+}
 
 void CueDocument::menuFileSave()
 {
@@ -74,18 +194,23 @@ void CueDocument::menuFileSave()
         menuFileSaveAs();
         return;
     }
+    if (!sheetMayDrop(filePath_))
+        return;
     QString error;
-    if (!saveSheet(filePath_, &error))
+    if (!saveList(filePath_, &error))
         rz48::showAlert(tr("cannot save %1").arg(filePath_), error);
 }
 
 void CueDocument::menuFileSaveAs()
 {
-    const QString path = rz48::askSavePathWithExtension(tr("Save cue sheet"), QStringLiteral("txt"));
-    if (path.isEmpty())
+    // A new list is saved as a cue list; one that came from a sheet is
+    // offered as a sheet first.
+    const bool sheetFirst = !filePath_.isEmpty() && !isNativePath(filePath_);
+    const QString path = rz48::askSavePathAmong(tr("Save cue list"), sheetFirst ? QStringList {kSheet, kNative} : QStringList {kNative, kSheet});
+    if (path.isEmpty() || !sheetMayDrop(path))
         return;
     QString error;
-    const bool written = saveSheet(path, &error);
+    const bool written = saveList(path, &error);
     rz48::diag("status: %d\n", written ? 1 : 0);
     if (!written)
         rz48::showAlert(tr("cannot save %1").arg(path), error);
@@ -93,14 +218,9 @@ void CueDocument::menuFileSaveAs()
 
 void CueDocument::menuFileOpen()
 {
-    const QString path = rz48::askOpenPathWithExtension(tr("Open cue sheet"), QStringLiteral("txt"),
-                                                        {QStringLiteral("TXT"), QStringLiteral("txt")});
-    if (path.isEmpty())
-        return;
-    QString error;
-    if (!openSheet(path, &error))
-        rz48::showAlert(tr("cannot open %1").arg(path), error);
-    showWindows();
+    const QString path = rz48::askOpenPathAmong(tr("Open cue list"), {kNative, kSheet});
+    if (!path.isEmpty())
+        openFile(path);
 }
 
 bool CueDocument::settleChanges(const QString& question)
@@ -131,6 +251,7 @@ void CueDocument::menuFileNew()
         return;
     controller_->setItems({});
     applyOptions(rz48::cuesheet::Options {});
+    kept_ = {};
     filePath_.clear();
     history_->setFilePath({});
     history_->restart();
@@ -146,8 +267,9 @@ void CueDocument::offerRecovery()
     CueHistory::Recovered recovered;
     const QString waiting = CueHistory::waitingRecovery();
     if (!waiting.isEmpty() && CueHistory::readRecovery(waiting, recovered)) {
-        const QString what = recovered.savedPath.isEmpty() ? tr("%n cue(s), never saved", nullptr, int(recovered.items.size()))
-                                                           : tr("%n cue(s), from %1", nullptr, int(recovered.items.size())).arg(recovered.savedPath);
+        const int cues = int(recovered.list.cues.size());
+        const QString what = recovered.savedPath.isEmpty() ? tr("%n cue(s), never saved", nullptr, cues)
+                                                           : tr("%n cue(s), from %1", nullptr, cues).arg(recovered.savedPath);
         int choice = rz48::askButtons(tr("The cue list had changes that were not saved when the panel last stopped. Restore them?"),
                                       what, {tr("Restore"), tr("Not now"), tr("Discard...")}, Restore, NotNow);
         if (choice == Discard
@@ -157,9 +279,10 @@ void CueDocument::offerRecovery()
             choice = NotNow;
         if (choice == Restore) {
             CueHistory::adoptRecovery(waiting);
-            controller_->setItems(recovered.items);
-            for (const QString& line : recovered.options.split(u'\n', Qt::SkipEmptyParts))
-                initValueFromString(line);
+            controller_->setItems(recovered.list.cues);
+            applyOptions(recovered.list.options);
+            kept_ = recovered.list;
+            kept_.cues.clear();
             filePath_ = recovered.savedPath;
             history_->setFilePath(filePath_);
             history_->restart();

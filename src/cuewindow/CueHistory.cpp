@@ -46,18 +46,10 @@ private:
     bool done_ = false;
 };
 
-constexpr qint64 kMaxRecoveryBytes = 256 * 1024 * 1024;
+constexpr qint64 kMaxRecoveryBytes = rz48::native::kMaxBytes;
+constexpr const char* kSavedPathKey = "recoveredFromPath";
 
-// The list exactly, as JSON: one object of the five texts per cue.
-QJsonArray listToJson(const QList<CueItem>& items)
-{
-    QJsonArray array;
-    for (const CueItem& c : items)
-        array.append(QJsonObject {{QStringLiteral("id"), c.cueId}, {QStringLiteral("in"), c.cueIn}, {QStringLiteral("out"), c.cueOut},
-                                  {QStringLiteral("text"), c.cueText}, {QStringLiteral("notes"), c.cueNotes}});
-    return array;
-}
-
+// An earlier panel's recovery file: an object of the five texts per cue.
 QList<CueItem> listFromJson(const QJsonArray& array)
 {
     QList<CueItem> items;
@@ -76,10 +68,10 @@ QList<CueItem> listFromJson(const QJsonArray& array)
 
 } // namespace
 
-CueHistory::CueHistory(CueArrayController* model, std::function<QString()> options, QObject* parent)
+CueHistory::CueHistory(CueArrayController* model, std::function<rz48::native::CueList()> list, QObject* parent)
     : QObject(parent)
     , model_(model)
-    , options_(std::move(options))
+    , list_(std::move(list))
     , stack_(new QUndoStack(this))
     , recoveryTimer_(new QTimer(this))
     , snapshot_(model->items())
@@ -173,21 +165,30 @@ bool CueHistory::readRecovery(const QString& path, Recovered& recovered)
     QByteArray bytes;
     if (!rz48::readFileBounded(path, kMaxRecoveryBytes, bytes))
         return false;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes);
-    if (document.isObject()) {
-        const QJsonObject o = document.object();
-        recovered.items = listFromJson(o.value(QStringLiteral("cues")).toArray());
-        recovered.options = o.value(QStringLiteral("options")).toString();
-        recovered.savedPath = o.value(QStringLiteral("path")).toString();
+    // The list's own file, with the path it was saved to (never written
+    // into that file: it is taken out here).
+    recovered = {};
+    if (rz48::native::readCueList(bytes, recovered.list, nullptr)) {
+        recovered.savedPath = recovered.list.unknownKeys.take(QLatin1String(kSavedPathKey)).toString();
         return true;
     }
-    if (!document.isArray())
+    // An earlier panel's recovery: the five texts per cue, the sheet's option
+    // lines, the path (in the file or beside it).
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    QString options, saved;
+    if (document.isObject()) {
+        recovered.list.cues = listFromJson(document.object().value(QStringLiteral("cues")).toArray());
+        options = document.object().value(QStringLiteral("options")).toString();
+        saved = document.object().value(QStringLiteral("path")).toString();
+    } else if (document.isArray()) {
+        recovered.list.cues = listFromJson(document.array());
+        rz48::readUtf8File(path + QStringLiteral(".options"), 64 * 1024, options);
+        rz48::readUtf8File(path + QStringLiteral(".path"), 64 * 1024, saved);
+    } else {
         return false;
-    // An earlier panel's recovery: the list alone, its options and file beside it.
-    recovered.items = listFromJson(document.array());
-    rz48::readUtf8File(path + QStringLiteral(".options"), 64 * 1024, recovered.options);
-    QString saved;
-    rz48::readUtf8File(path + QStringLiteral(".path"), 64 * 1024, saved);
+    }
+    for (const QString& line : options.split(u'\n', Qt::SkipEmptyParts))
+        rz48::cuesheet::initValueFromString(line, recovered.list.options);
     recovered.savedPath = saved.trimmed();
     return true;
 }
@@ -240,11 +241,10 @@ void CueHistory::writeRecovery()
         return;
     recoveryDirty_ = false;
     QDir().mkpath(QFileInfo(recoveryPath()).path());
-    const QJsonObject recovery {{QStringLiteral("cues"), listToJson(model_->items())},
-                                {QStringLiteral("options"), options_()},
-                                {QStringLiteral("path"), filePath_}};
+    rz48::native::CueList list = list_();
+    list.unknownKeys.insert(QLatin1String(kSavedPathKey), filePath_);
     QString error;
-    if (!rz48::writeFileAtomically(recoveryPath(), QJsonDocument(recovery).toJson(QJsonDocument::Compact), &error)) {
+    if (!rz48::writeFileAtomically(recoveryPath(), rz48::native::writeCueList(list), &error)) {
         recoveryDirty_ = true; // tried again with the next turn
         if (!recoveryFailed_)
             rz48::diag("cue list recovery file %s cannot be written: %s\n", qPrintable(recoveryPath()), qPrintable(error));

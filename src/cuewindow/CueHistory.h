@@ -2,10 +2,11 @@
 // What keeps a cue list from being lost: every change to the list is one
 // step of an undo stack (the list before and after it), and while the list
 // has changes that are not saved, the list (exactly, not through the cue
-// sheet's format, which loses some of it) and its options are written to a recovery file in
+// sheet's format, which loses some of it) is written in its own file's format to a recovery file in
 // the user's data directory (every few seconds and on every step), which the
 // next start offers to restore after a crash.
 #include "cuelist/CueItem.h"
+#include "cuelist/NativeCueList.h"
 
 #include <QList>
 #include <QObject>
@@ -20,8 +21,9 @@ class QUndoStack;
 class CueHistory : public QObject {
     Q_OBJECT
 public:
-    // `options` gives the list's option lines as a cue sheet writes them.
-    CueHistory(CueArrayController* model, std::function<QString()> options, QObject* parent = nullptr);
+    // `list` gives the whole list as its own file keeps it (the recovery
+    // file is one).
+    CueHistory(CueArrayController* model, std::function<rz48::native::CueList()> list, QObject* parent = nullptr);
 
     QUndoStack* stack() const { return stack_; }
     // The name of the step the next change of the list makes ("Paste", "Sort"...).
@@ -42,10 +44,9 @@ public:
     // The recovery file to offer at start: one left by a run that stopped,
     // else the newest one set aside with "Not now"; empty when there is none.
     static QString waitingRecovery();
-    // What a recovery file holds: the list, its option lines, and the file it was saved to (or empty).
+    // What a recovery file holds: the list, and the file it was saved to (or empty).
     struct Recovered {
-        QList<CueItem> items;
-        QString options;
+        rz48::native::CueList list;
         QString savedPath;
     };
     // False when there is none (or it cannot be read).
@@ -71,7 +72,7 @@ private:
     void writeRecovery();
 
     CueArrayController* model_;
-    std::function<QString()> options_;
+    std::function<rz48::native::CueList()> list_;
     QUndoStack* stack_;
     QTimer* recoveryTimer_;
     QList<CueItem> snapshot_;

@@ -123,7 +123,11 @@ const Tip kTips[] = {
     {"labelUpdate", "What the running update or cue transfer is doing"},
     {"progressBarUpdate", "Progress of the running update or cue transfer"},
     // Cue list window
-    {"cueTableView", "The cue list: ID, In and Out times (HH:MM:SS:FF) and text; drop text or PDF cue sheets here"},
+    {"cueTableView", "The cue list: ID, In and Out times (HH:MM:SS:FF), text, character, reason and status (click it, or Ctrl+D, to mark a cue done); drop text or PDF cue sheets here"},
+    {"comboBoxFilterCharacter", "Show one character's cues only (sending and export still use the whole list)"},
+    {"comboBoxFilterStatus", "Show cues of one status only: to do, done or omitted"},
+    {"labelCueCounts", "How many cues there are and how many are done, in all and per character"},
+    {"checkBoxCharacterInText", "The character's name and a colon go before the text sent to the unit and written to the MIDI file"},
     {"checkBoxDuplicate", "Sorting removes cues whose In time repeats an earlier one"},
     {"checkBoxMidnightCalc", "The list crosses midnight: sorting puts times after midnight last"},
     {"checkBoxExportText", "The MIDI file carries each cue's text"},

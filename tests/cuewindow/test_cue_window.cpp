@@ -147,7 +147,7 @@ TEST_F(CueWindowTest, SaveAndReopenTheSheet)
     rz48::DiagCapture out;
     panels.nextSave = path("cues.doc");
     view->cueDocument()->menuFileSave();
-    EXPECT_EQ(alerts.messages, QStringList {QStringLiteral("select a file with .txt extension")});
+    EXPECT_EQ(alerts.messages, QStringList {QStringLiteral("select a file with .rz48cues or .txt extension")});
     EXPECT_TRUE(doc->isModified());
 
     panels.nextSave = path("cues.txt");
@@ -157,7 +157,7 @@ TEST_F(CueWindowTest, SaveAndReopenTheSheet)
     QFile saved(path("cues.txt"));
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(saved.readAll()), doc->stringFromCueTable());
-    EXPECT_EQ(panels.suffixes.last(), QStringLiteral("txt"));
+    EXPECT_EQ(panels.suffixes.last(), QStringLiteral("rz48cues")); // a new list's own file is offered first
 
     // A column sort changes what is written: the displayed order.
     doc->tableView()->horizontalHeader()->setSortIndicator(CueArrayController::ColumnText, Qt::DescendingOrder);
@@ -417,6 +417,99 @@ TEST_F(PanelTest, ACrashLosesNoCueList)
     doc->offerRecovery();
     EXPECT_FALSE(QFile::exists(aside));
     EXPECT_EQ(doc->collection()[0].cueText, QStringLiteral("left unsaved"));
+}
+
+} // namespace
+
+namespace {
+
+// A session's fields: status by a click and by Ctrl+D (each one step), the
+// filter and the counts, the character in the text sent, and the list's own
+// file, which keeps them where a sheet would drop them.
+TEST_F(CueWindowTest, StatusFiltersCountsAndTheListsOwnFile)
+{
+    QList<CueItem> cues = doc->collection();
+    cues[0].character = QStringLiteral("PETER");
+    cues[1].character = QStringLiteral("ANNA");
+    CueItem third = cues[0];
+    third.cueIn = QStringLiteral("01:00:20:00");
+    third.cueText = QStringLiteral("Again");
+    third.reason = QStringLiteral("noise");
+    cues << third;
+    doc->setCollection(cues);
+    QUndoStack* steps = doc->history()->stack();
+    auto settled = [] { QCoreApplication::processEvents(); };
+    settled();
+
+    // A click on the status moves it on; Ctrl+D marks the selection done.
+    CueTableView* table = doc->tableView();
+    const int before = steps->count();
+    const QRect cell = table->visualRect(table->model()->index(0, CueArrayController::ColumnStatus));
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+    EXPECT_EQ(doc->collection()[0].status, CueStatus::Done);
+    EXPECT_EQ(table->model()->index(0, CueArrayController::ColumnStatus).data().toString(), QStringLiteral("Done"));
+    EXPECT_EQ(steps->count(), before + 1);
+    steps->undo();
+    EXPECT_EQ(doc->collection()[0].status, CueStatus::Todo);
+    table->selectionModel()->select(QItemSelection(table->model()->index(1, 0), table->model()->index(2, 0)),
+                                    QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    QTest::keyClick(table, Qt::Key_D, Qt::ControlModifier);
+    EXPECT_EQ(doc->collection()[1].status, CueStatus::Done);
+    EXPECT_EQ(doc->collection()[2].status, CueStatus::Done);
+    EXPECT_EQ(steps->undoText(), QStringLiteral("Mark done"));
+    EXPECT_EQ(cueControl<QLabel>("labelCueCounts")->text(), QStringLiteral("3 cues, 2 done; ANNA 1/1, PETER 2/1"));
+
+    // One character's cues: the table shows two rows, sending still the whole list.
+    QComboBox* character = cueControl<QComboBox>("comboBoxFilterCharacter");
+    ASSERT_EQ(character->count(), 3); // all, ANNA, PETER
+    character->setCurrentIndex(2);
+    emit character->activated(2);
+    EXPECT_EQ(table->model()->rowCount(), 2);
+    EXPECT_EQ(cueControl<QLabel>("labelCueCounts")->text(), QStringLiteral("PETER: 2 cues, 1 done"));
+    QComboBox* status = cueControl<QComboBox>("comboBoxFilterStatus");
+    status->setCurrentIndex(1); // to do
+    emit status->activated(1);
+    ASSERT_EQ(table->model()->rowCount(), 1);
+    cueControl<QCheckBox>("checkBoxCharacterInText")->setChecked(true);
+    ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000)); // the texts sent by the clicks above,
+    QTest::qWait(400);                                                                // and their answers
+    expectSends([&] { table->selectRow(0); }, "s PETER: Hello");
+    EXPECT_EQ(rz48::cuesheet::txInOutsCommands(doc->collection(), TcCalculator()).size(), 4); // "h 0" and three cues
+    doc->clearFilter();
+    EXPECT_EQ(table->model()->rowCount(), 3);
+
+    // Saved as a sheet, the fields would go: asked first, with what is dropped.
+    panels.nextSave = path("session.txt");
+    alerts.buttonAnswers = {2}; // Cancel
+    doc->menuFileSaveAs();
+    EXPECT_EQ(alerts.questions.last(), QStringLiteral("session.txt is a cue sheet, which cannot hold the list's character, reason, status, character in text."));
+    EXPECT_EQ(alerts.choices, (QStringList {"Save as cue list...", "Save sheet without them", "Cancel"}));
+    EXPECT_FALSE(QFile::exists(path("session.txt")));
+    EXPECT_TRUE(doc->isModified());
+    alerts.buttonAnswers = {1}; // the sheet without them
+    doc->menuFileSaveAs();
+    EXPECT_TRUE(QFile::exists(path("session.txt")));
+    EXPECT_FALSE(doc->isModified());
+
+    // The list's own file: reopened, every field is back; saved again, the same bytes.
+    panels.nextSave = path("session.rz48cues");
+    doc->menuFileSaveAs();
+    EXPECT_FALSE(doc->isModified());
+    EXPECT_EQ(doc->window()->windowTitle(), QStringLiteral("session.rz48cues[*] - Cue list"));
+    const QList<CueItem> saved = doc->collection();
+    QFile first(path("session.rz48cues"));
+    ASSERT_TRUE(first.open(QIODevice::ReadOnly));
+    const QByteArray bytes = first.readAll();
+    first.close();
+    doc->releaseItems();
+    doc->applyOptions({});
+    EXPECT_TRUE(doc->openFile(path("session.rz48cues")));
+    EXPECT_EQ(doc->collection(), saved);
+    EXPECT_TRUE(doc->options().characterInText);
+    doc->menuFileSave();
+    ASSERT_TRUE(first.open(QIODevice::ReadOnly));
+    EXPECT_EQ(first.readAll(), bytes);
+    EXPECT_EQ(CueDocument::recentFiles().value(0), QFileInfo(path("session.rz48cues")).absoluteFilePath());
 }
 
 } // namespace

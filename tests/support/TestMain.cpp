@@ -88,13 +88,14 @@ int main(int argc, char** argv)
     ::mkdir(runtime.constData(), 0700);
     ::chmod(runtime.constData(), 0700);
     ::setenv("XDG_RUNTIME_DIR", runtime.constData(), 1);
-    // What the panel keeps in the user's data directory (setups saved before
-    // updates) goes to a directory of the test run's, never the user's.
+    // What the panel keeps in the user's data and settings directories
+    // (setups saved before updates, recent files) goes to a directory of the test run's, never the user's.
     // A test's helper process (this program again) shares its parent's.
     if (!std::getenv("RZ48_TEST_DATA_HOME_SET")) {
         const QByteArray data = runtime + "/data-" + QByteArray::number(::getpid());
         ::mkdir(data.constData(), 0700);
         ::setenv("XDG_DATA_HOME", data.constData(), 1);
+        ::setenv("XDG_CONFIG_HOME", data.constData(), 1); // settings (recent files) too
         ::setenv("RZ48_TEST_DATA_HOME_SET", "1", 1);
     }
 
