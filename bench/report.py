@@ -27,6 +27,9 @@ TARGETS = [
     (r"^BM_TransportTenMinutes", "no frame dropped or doubled in 10 simulated minutes", None),
     (r"^BM_PlayRealTime", "no frame dropped or doubled drawing in real time; the largest lateness", None),
     (r"^BM_Microcontroller", "against the wire time at 38400 bit/s", None),
+    (r"^BM_Native(Save|Reopen)", "under 100 ms for 2,000 cues; the second save the same bytes", 100.0),
+    (r"^BM_PrintedSheet", "under 2 s for 2,000 cues (about 60 pages)", 2000.0),
+    (r"^BM_(SessionTextMarkers|CsvRows)/10000", "under 50 ms for 10,000 markers or rows", 50.0),
 ]
 
 TO_MS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}

@@ -2,6 +2,7 @@
 #include "app/MainWindow.h"
 #include "app/MessageBoxAlerts.h"
 #include "app/RZ48AppDelegate.h"
+#include "app/SingleInstance.h"
 #include "common/Diagnostics.h"
 #include "common/Program.h"
 #include "control/UnitSession.h"
@@ -17,6 +18,7 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QCommandLineParser>
+#include <QFileInfo>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -79,6 +81,9 @@ int main(int argc, char** argv)
                                   QStringLiteral("List the candidate serial ports and what was found on each (opened or why "
                                                  "not, answered the probe or not), then quit. Needs no display."));
     parser.addOptions({simulate, port, devDir, screenshot, tab, loader, list});
+    parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("Cue lists (.rz48cues) or cue sheets to open; with a panel "
+                                                                         "already running, they open in that panel."),
+                                 QStringLiteral("[FILE...]"));
     // The command line is read before any window system is asked for, so
     // that help, version, the port listing and usage errors need no display.
     QStringList arguments;
@@ -86,14 +91,22 @@ int main(int argc, char** argv)
         arguments << QString::fromLocal8Bit(argv[i]);
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
-    if (!parser.positionalArguments().isEmpty())
-        return usageError(QStringLiteral("unexpected argument %1").arg(parser.positionalArguments().first()));
+    // Cue lists to open: each must be there.
+    const QStringList files = parser.positionalArguments();
+    for (const QString& file : files)
+        if (!QFileInfo(file).isFile())
+            return usageError(QStringLiteral("no such cue list: %1").arg(file));
     bool tabOk = true;
     const int tabIndex = parser.isSet(tab) ? parser.value(tab).toInt(&tabOk) : 0;
     if (!tabOk || tabIndex < 0 || tabIndex > 4)
         return usageError(QStringLiteral("--tab takes 0 to 4"));
     const bool help = parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all"));
     const bool windowless = help || parser.isSet(QStringLiteral("version")) || parser.isSet(list);
+    // A panel already running takes the files: the unit's port stays its own.
+    if (!files.isEmpty() && !windowless && !parser.isSet(screenshot) && rz48::app::sendToRunningPanel(files)) {
+        std::printf("rz48panel: %s opened in the panel already running\n", qPrintable(files.join(QStringLiteral(", "))));
+        return 0;
+    }
 #ifndef Q_OS_MACOS
     // Without a display the window system would abort the program: say so
     // and how to run it instead. A screenshot needs no display.
@@ -162,6 +175,19 @@ int main(int argc, char** argv)
     guardWindowClose(&window, [&window] { return window.view()->mayClose(); });
     if (parser.isSet(tab))
         window.view()->tabView()->setCurrentIndex(tabIndex);
+    // The files of the command line, and those another panel passes on.
+    auto openFiles = [&window](const QStringList& paths) {
+        if (paths.isEmpty())
+            return;
+        if (CueDocument* cues = window.view()->cueDocument())
+            for (const QString& path : paths)
+                cues->openFile(path);
+        window.raise();
+        window.activateWindow();
+    };
+    rz48::app::InstanceServer instances(openFiles);
+    instances.listen();
+    openFiles(files);
     delegate.applicationDidFinishLaunching();
 
     std::signal(SIGINT, onSignal);

@@ -138,6 +138,29 @@ std::optional<CueItem> textToCueTable(const QString& line)
     return item;
 }
 
+bool looksLikeCueSheet(const QString& text)
+{
+    static const char* const keys[] = {";duplicate\t", ";midnight\t", ";text\t", ";cueId\t", ";pulldown\t", ";start\t", ";tctype\t"};
+    qsizetype start = 0;
+    for (int lines = 0; start < text.size() && lines < 1000; ++lines) {
+        qsizetype end = start;
+        while (end < text.size() && !isLineBreak(text.at(end)))
+            ++end;
+        const QStringView line = QStringView(text).mid(start, end - start);
+        start = end + 1;
+        for (const char* key : keys)
+            if (line.startsWith(QLatin1String(key)))
+                return true;
+        if (line.count(u'\t') == 4) {
+            const qsizetype first = line.indexOf(u'\t');
+            const QStringView second = line.mid(first + 1, line.indexOf(u'\t', first + 1) - first - 1);
+            if (second.size() == 11 && containsCueTime(second.toString()))
+                return true;
+        }
+    }
+    return false;
+}
+
 void cueTableFromString(const QString& text, Options& options, QList<CueItem>& items)
 {
     qsizetype start = 0;

@@ -48,6 +48,10 @@ void initValueFromString(const QString& line, Options& options);
 bool containsCueTime(const QString& text);
 // One cue from a line holding a timecode; none for other lines.
 std::optional<CueItem> textToCueTable(const QString& line);
+// Whether a text is a cue sheet by its shape: an option line (";key<TAB>"
+// of the sheet's seven keys), or a line of five TAB-separated fields whose
+// second holds a cue time.
+bool looksLikeCueSheet(const QString& text);
 // Reads a sheet or any text: option lines set options, the rest become cues
 // appended to `items`.
 void cueTableFromString(const QString& text, Options& options, QList<CueItem>& items);

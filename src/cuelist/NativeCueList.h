@@ -16,6 +16,8 @@ namespace rz48::native {
 
 inline constexpr const char* kExtension = "rz48cues";
 inline constexpr int kVersion = 1;
+// The name of the list inside a PDF cue sheet printed from it.
+inline constexpr const char* kPdfAttachmentName = "cue-list.rz48cues";
 // The largest native file read (100,000 cues with long texts).
 inline constexpr qint64 kMaxBytes = 256 * 1024 * 1024;
 

@@ -11,6 +11,8 @@
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <qpdf/QPDFPageObjectHelper.hh>
 #include <qpdf/Pipeline.hh>
+#include <qpdf/QPDFEmbeddedFileDocumentHelper.hh>
+#include <qpdf/QPDFFileSpecObjectHelper.hh>
 
 #include <poppler/cpp/poppler-document.h>
 #include <poppler/cpp/poppler-page.h>
@@ -416,9 +418,41 @@ QList<CueItem> ediCueToCueTable(const QString& text)
     return cues;
 }
 
-bool importPdf(const QString& path, QList<CueItem>& cues, QString* message)
+bool attachedCueList(const QString& path, rz48::native::CueList& list)
+{
+    QPDF pdf;
+    if (!openPdf(pdf, path, nullptr))
+        return false;
+    try {
+        QPDFEmbeddedFileDocumentHelper files(pdf);
+        const std::shared_ptr<QPDFFileSpecObjectHelper> spec = files.getEmbeddedFile(rz48::native::kPdfAttachmentName);
+        if (!spec)
+            return false;
+        QPDFObjectHandle stream = spec->getEmbeddedFileStream();
+        if (!stream.isStream())
+            return false;
+        std::string bytes;
+        BoundedSink sink(size_t(rz48::native::kMaxBytes), &bytes);
+        try {
+            stream.pipeStreamData(&sink, 0, qpdf_dl_generalized, true);
+        } catch (const std::length_error&) {
+        }
+        return !sink.exceeded() && rz48::native::readCueList(QByteArray::fromStdString(bytes), list, nullptr);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+bool importPdf(const QString& path, QList<CueItem>& cues, QString* message, rz48::native::CueList* attached)
 {
     cues.clear();
+    // A sheet this program printed carries its list: that, not its text.
+    if (rz48::native::CueList list; attachedCueList(path, list)) {
+        cues = list.cues;
+        if (attached)
+            *attached = std::move(list);
+        return true;
+    }
     DocumentInfo info;
     QString error;
     if (getAuthorAndCreator(path, info, &error) != 0) {

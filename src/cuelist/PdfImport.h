@@ -4,6 +4,7 @@
 // author is FilmLight (positioned text fragments of page 1, row by row), and
 // any other PDF (fragments of page 1, one cue per fragment holding a time).
 #include "cuelist/CueItem.h"
+#include "cuelist/NativeCueList.h"
 
 #include <QList>
 #include <QString>
@@ -48,6 +49,9 @@ QList<CueItem> ediCueToCueTable(const QString& text);
 // One whole PDF sheet: its kind decided by Author and Creator. False, with
 // a message for the operator, when the file is skipped; `cues` then holds
 // nothing from it.
-bool importPdf(const QString& path, QList<CueItem>& cues, QString* message = nullptr);
+bool importPdf(const QString& path, QList<CueItem>& cues, QString* message = nullptr, rz48::native::CueList* attached = nullptr);
+// The cue list a PDF cue sheet of this program carries inside it (its own
+// file, attached when it was printed); false when there is none.
+bool attachedCueList(const QString& path, rz48::native::CueList& list);
 
 } // namespace rz48::pdf

@@ -102,10 +102,7 @@ void CueDocument::makeWindowControllers()
     });
     connect(table_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &CueDocument::tableViewSelectionDidChange);
-    table_->onFilesDropped = [this](const QStringList& paths, bool linkOffered) {
-        history_->nameNextStep(tr("Drop"));
-        return controller_->acceptDrop(paths, linkOffered);
-    };
+    table_->onFilesDropped = [this](const QStringList& paths, bool linkOffered) { return dropFiles(paths, linkOffered); };
 
     // The sheet commands here too, so that their shortcuts work in this window.
     addSheetCommands(window_->menuBar()->addMenu(tr("&File")), [this] { return this; });
@@ -474,8 +471,3 @@ void CueDocument::copy()
         QGuiApplication::clipboard()->setMimeData(controller_->mimeData(rows));
 }
 
-void CueDocument::paste()
-{
-    history_->nameNextStep(tr("Paste"));
-    controller_->paste(QGuiApplication::clipboard()->text());
-}

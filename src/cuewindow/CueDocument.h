@@ -113,6 +113,21 @@ public:
     void menuFileSave();
     void menuFileSaveAs();
     void menuFileOpen();
+    // The printable cue sheet (as one list or a section per character).
+    void menuFileExportPdf();
+    // Cues from another program's file, through the import preview; and
+    // the list as a spreadsheet, an EDL of locators or MIDI markers.
+    void menuFileImport();
+    void menuFileExport();
+    bool importFile(const QString& path);
+    // Files dropped on the table: another program's through the preview,
+    // sheets, PDFs and text at once.
+    bool dropFiles(const QStringList& paths, bool linkOffered);
+    // The format of another program that claims the bytes; empty for the
+    // list's own ways (its file, a sheet, a PDF, plain text).
+    static QString claimedFormat(const QByteArray& bytes, const QString& fileName);
+    // Runs an import preview (the dialog by default; tests answer it): true when accepted.
+    std::function<bool(class ImportPreview&)> previewRunner;
     // An empty, untitled list (unsaved changes are offered for saving first).
     void menuFileNew();
     // Whether the panel may close: unsaved edits are offered for saving.
@@ -155,6 +170,7 @@ private:
     CueArrayController* controller_;
     QLayout* makeFilterBar(QWidget* parent);
     void showCounts();
+    bool previewImport(const QByteArray& bytes, const QString& fileName);
 
     CueSorter* arranged_;
     CueFilter* shown_;

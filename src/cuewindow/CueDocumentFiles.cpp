@@ -8,7 +8,9 @@
 #include "common/Diagnostics.h"
 #include "common/FileIo.h"
 #include "common/FilePanels.h"
+#include "print/CueSheetPdf.h"
 #include "cuewindow/CueArrayController.h"
+#include "cuewindow/CueFilter.h"
 #include "cuewindow/CueHistory.h"
 
 #include <QAction>
@@ -38,6 +40,9 @@ void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document
         {"menuFileOpen", CueDocument::tr("&Open cue list..."), &CueDocument::menuFileOpen, QKeySequence::Open},
         {"menuFileSave", CueDocument::tr("&Save cue list"), &CueDocument::menuFileSave, QKeySequence::Save},
         {"menuFileSaveAs", CueDocument::tr("Save cue list &as..."), &CueDocument::menuFileSaveAs, QKeySequence::SaveAs},
+        {"menuFileImport", CueDocument::tr("&Import cues..."), &CueDocument::menuFileImport, QKeySequence(Qt::CTRL | Qt::Key_I)},
+        {"menuFileExport", CueDocument::tr("&Export cues..."), &CueDocument::menuFileExport, QKeySequence(Qt::CTRL | Qt::Key_E)},
+        {"menuFileExportPdf", CueDocument::tr("Export cue sheet as &PDF..."), &CueDocument::menuFileExportPdf, QKeySequence::Print},
     };
     for (const auto& [name, title, command, keys] : commands) {
         QAction* action = menu->addAction(title, menu, [document, command = command] {
@@ -214,6 +219,28 @@ void CueDocument::menuFileSaveAs()
     rz48::diag("status: %d\n", written ? 1 : 0);
     if (!written)
         rz48::showAlert(tr("cannot save %1").arg(path), error);
+}
+
+void CueDocument::menuFileExportPdf()
+{
+    QString path = rz48::askSavePath(tr("Export the cue sheet as PDF"), QStringLiteral("pdf"));
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) != 0)
+        path += QStringLiteral(".pdf");
+    rz48::print::PdfOptions pdf;
+    pdf.title = filePath_.isEmpty() ? tr("Untitled") : QFileInfo(filePath_).completeBaseName();
+    if (!rz48::cuewindow::charactersOf(collection()).isEmpty()) {
+        const int layout = rz48::askButtons(tr("Print the cue sheet as one list, or one section per character?"), QString(),
+                                            {tr("One list"), tr("A section per character"), tr("Cancel")}, 0, 2);
+        if (layout == 2)
+            return;
+        pdf.byCharacter = layout == 1;
+    }
+    QString error;
+    const QByteArray bytes = rz48::print::cueSheetPdf(nativeList(), pdf, nullptr, &error);
+    if (bytes.isEmpty() || !rz48::writeFileAtomically(path, bytes, &error))
+        rz48::showAlert(tr("cannot write %1").arg(path), error);
 }
 
 void CueDocument::menuFileOpen()

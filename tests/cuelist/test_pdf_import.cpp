@@ -3,9 +3,11 @@
 #include "common/Diagnostics.h"
 #include "cuewindow/CueArrayController.h"
 #include "cuelist/PdfImport.h"
+#include "print/CueSheetPdf.h"
 #include "timecode/TCFormatter.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -182,6 +184,65 @@ TEST(PdfSheets, APageThatInflatesBeyondItsBoundIsSkipped)
         // A page within the bound is read (and has no cue).
         EXPECT_TRUE(importPdf(small, cues, &message)) << creator << ": " << message.toStdString();
         EXPECT_TRUE(cues.isEmpty());
+    }
+}
+
+// The printed cue sheet: every cue's text on its pages (read back with
+// poppler), page numbers, sections per character, and the list inside it.
+TEST(PrintedSheet, HoldsEveryCueAndGivesBackItsList)
+{
+    rz48::native::CueList list;
+    list.options.tctype = 1;
+    list.options.start = QStringLiteral("00:59:50:00");
+    for (int i = 0; i < 120; ++i) {
+        CueItem c;
+        c.cueId = QStringLiteral("C%1").arg(i + 1);
+        c.cueIn = QStringLiteral("01:%1:00:00").arg(i % 60, 2, 10, QLatin1Char('0'));
+        c.cueOut.clear();
+        c.cueText = QStringLiteral("Line%1").arg(i + 1);
+        c.cueNotes.clear();
+        c.character = i % 3 == 0 ? QStringLiteral("ANNA") : QStringLiteral("PETER");
+        c.status = i % 4 == 0 ? CueStatus::Done : CueStatus::Todo;
+        list.cues << c;
+    }
+    // A text far wider than its column wraps onto more lines, every word kept.
+    list.cues[5].cueText = QStringLiteral("wrapping ").repeated(40) + QStringLiteral("lastword");
+    QTemporaryDir dir;
+    for (const bool byCharacter : {false, true}) {
+        rz48::print::PdfOptions options;
+        options.title = QStringLiteral("Reel 1");
+        options.byCharacter = byCharacter;
+        int pages = 0;
+        QString error;
+        const QByteArray pdf = rz48::print::cueSheetPdf(list, options, &pages, &error);
+        ASSERT_FALSE(pdf.isEmpty()) << error.toStdString();
+        EXPECT_GE(pages, byCharacter ? 3 : 2);
+        const QString path = dir.filePath(byCharacter ? QStringLiteral("by.pdf") : QStringLiteral("all.pdf"));
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(pdf);
+        file.close();
+
+        QString text;
+        ASSERT_TRUE(documentText(path, text));
+        for (int i = 0; i < list.cues.size(); ++i)
+            if (i != 5)
+                EXPECT_TRUE(text.contains(QRegularExpression(QStringLiteral("\\bLine%1\\b").arg(i + 1)))) << i;
+        EXPECT_EQ(text.count(QStringLiteral("wrapping")), 40);
+        EXPECT_TRUE(text.contains(QStringLiteral("lastword")));
+        EXPECT_TRUE(text.contains(QStringLiteral("Reel 1")));
+        EXPECT_TRUE(text.contains(QStringLiteral("25 fps")));
+        EXPECT_TRUE(text.contains(QStringLiteral("MIDI start 00:59:50:00")));
+        EXPECT_TRUE(text.contains(QStringLiteral("Page %1 of %1").arg(pages)));
+        EXPECT_EQ(text.contains(QStringLiteral("ANNA: 40 cues, 10 done")), byCharacter);
+        EXPECT_EQ(text.contains(QStringLiteral("PETER: 80 cues, 20 done")), byCharacter);
+
+        // Read back, the sheet gives the list it was printed from, not its text.
+        QList<CueItem> cues;
+        rz48::native::CueList attached;
+        ASSERT_TRUE(importPdf(path, cues, nullptr, &attached));
+        EXPECT_EQ(cues, list.cues);
+        EXPECT_EQ(attached, list);
     }
 }
 

@@ -4,6 +4,9 @@
 #include "cuewindow/CueDocument.h"
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
+#include "cuewindow/ImportPreview.h"
+#include "cuelist/CueFormats.h"
+#include "timecode/TCFormatter.h"
 #include "emulator/OutputModel.h"
 #include "pages/MonitorView.h"
 #include "support/PanelFixture.h"
@@ -23,6 +26,8 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QProcess>
+#include <QSettings>
+#include <QTableWidget>
 #include <QTest>
 #include <QUndoStack>
 
@@ -510,6 +515,99 @@ TEST_F(CueWindowTest, StatusFiltersCountsAndTheListsOwnFile)
     ASSERT_TRUE(first.open(QIODevice::ReadOnly));
     EXPECT_EQ(first.readAll(), bytes);
     EXPECT_EQ(CueDocument::recentFiles().value(0), QFileInfo(path("session.rz48cues")).absoluteFilePath());
+}
+
+} // namespace
+
+namespace {
+
+// Another program's file: previewed, nothing changes until accepted, then one
+// undo step; its unreadable lines listed; a spreadsheet's columns chosen and
+// remembered; drops and pastes that such a format claims go the same way.
+TEST_F(CueWindowTest, ImportsThroughThePreview)
+{
+    QFile csv(path("spotting.csv"));
+    ASSERT_TRUE(csv.open(QIODevice::WriteOnly));
+    csv.write("Cue,Start,Who,Line\r\nM1,01:00:10:00,PETER,\"Hello, you\"\r\nM2,banana,ANNA,Bad time\r\nM3,01:00:20:00,ANNA,Bye\r\n");
+    csv.close();
+    doc->history()->recordNow(); // the list the test starts with is a step of its own
+    const QList<CueItem> before = doc->collection();
+    QUndoStack* steps = doc->history()->stack();
+    const int stepsBefore = steps->count();
+
+    // Cancelled: nothing changes.
+    int previews = 0;
+    doc->previewRunner = [&](ImportPreview&) { ++previews; return false; };
+    EXPECT_FALSE(doc->importFile(path("spotting.csv")));
+    EXPECT_EQ(doc->collection(), before);
+
+    // The columns the header does not name are chosen (Who: character,
+    // Line: text), and the choice is remembered for this header.
+    doc->previewRunner = [&](ImportPreview& preview) {
+        ++previews;
+        EXPECT_EQ(preview.imported().format, QStringLiteral("csv"));
+        const QList<QComboBox*>& columns = preview.columnChoices();
+        EXPECT_EQ(columns.size(), 4);
+        if (columns.size() == 4) {
+            columns[2]->setCurrentIndex(columns[2]->findData(QStringLiteral("character")));
+            columns[3]->setCurrentIndex(columns[3]->findData(QStringLiteral("text")));
+            preview.reread();
+        }
+        preview.shift()->setText(QStringLiteral("-00:00:10:00"));
+        EXPECT_EQ(preview.rows()->rowCount(), 2);
+        EXPECT_EQ(preview.problems()->count(), 1);
+        EXPECT_TRUE(preview.problems()->item(0)->text().startsWith(QStringLiteral("line 3: "))) << preview.problems()->item(0)->text().toStdString();
+        preview.accept();
+        return true;
+    };
+    ASSERT_TRUE(doc->importFile(path("spotting.csv")));
+    ASSERT_EQ(doc->collection().size(), before.size() + 2);
+    const CueItem& first = doc->collection()[before.size()];
+    EXPECT_EQ(TCFormatter::stringForObjectValue(first.cueIn), QStringLiteral("01:00:00:00"));
+    EXPECT_EQ(first.character, QStringLiteral("PETER"));
+    EXPECT_EQ(first.cueText, QStringLiteral("Hello, you"));
+    EXPECT_EQ(steps->count(), stepsBefore + 1);
+    steps->undo();
+    EXPECT_EQ(doc->collection(), before);
+
+    // Dropped with a sheet: the sheet at once, the spreadsheet through the preview.
+    QFile sheet(path("plain.txt"));
+    ASSERT_TRUE(sheet.open(QIODevice::WriteOnly));
+    sheet.write("C9\t02:00:00:00\t02:00:01:00\tFrom a sheet\t\n");
+    sheet.close();
+    doc->previewRunner = [&](ImportPreview& preview) {
+        ++previews;
+        if (preview.imported().format == QLatin1String("csv")) {
+            EXPECT_EQ(preview.columnChoices().size(), 4);
+            if (preview.columnChoices().size() == 4)
+                EXPECT_EQ(preview.columnChoices()[2]->currentData().toString(), QStringLiteral("character")) << "remembered";
+        }
+        return true;
+    };
+    ASSERT_TRUE(doc->dropFiles({path("plain.txt"), path("spotting.csv")}, true));
+    EXPECT_EQ(doc->collection().size(), before.size() + 3);
+    EXPECT_EQ(doc->collection()[before.size()].cueText, QStringLiteral("From a sheet"));
+    EXPECT_EQ(doc->collection().last().character, QStringLiteral("ANNA"));
+
+    // A paste of an EDL's locators goes through the preview too.
+    QGuiApplication::clipboard()->setText(QStringLiteral("TITLE: REEL 2\nFCM: NON-DROP FRAME\n001  AX  V  C  00:00:00:00 00:00:01:00 03:00:00:00 03:00:01:00\n* LOC: 03:00:00:10 RED ANNA: Over here\n"));
+    doc->paste();
+    EXPECT_EQ(previews, 4);
+    EXPECT_EQ(doc->collection().last().cueText, QStringLiteral("Over here"));
+    EXPECT_EQ(doc->collection().last().character, QStringLiteral("ANNA"));
+
+    // Out again: a spreadsheet that reads back the same times, texts and characters.
+    panels.nextSave = path("out.csv");
+    doc->menuFileExport();
+    QFile written(path("out.csv"));
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    const rz48::formats::Imported back = rz48::formats::importCues(written.readAll(), {});
+    ASSERT_EQ(back.cues.size(), doc->collection().size());
+    for (qsizetype i = 0; i < back.cues.size(); ++i) {
+        EXPECT_EQ(TCFormatter::stringForObjectValue(back.cues[i].cueIn), TCFormatter::stringForObjectValue(doc->arrangedObjects()[i].cueIn)) << i;
+        EXPECT_EQ(back.cues[i].cueText, doc->arrangedObjects()[i].cueText) << i;
+        EXPECT_EQ(back.cues[i].character, doc->arrangedObjects()[i].character) << i;
+    }
 }
 
 } // namespace

@@ -35,6 +35,47 @@ check '[ $? -eq 2 ]' "unknown output type is a usage error"
 "$cue" frobnicate 2>/dev/null
 check '[ $? -eq 2 ]' "unknown command is a usage error"
 
+# The list's own file: a sheet becomes one; its fields survive a trip
+# through a printed PDF exactly; a sheet made from it names what it drops.
+"$cue" convert "$dir/in.txt" "$dir/list.rz48cues" >/dev/null 2>&1
+check '[ $? -eq 0 ] && grep -q "\"format\": \"rz48-cues\"" "$dir/list.rz48cues"' "sheet to the list's own file"
+sed 's/"character": ""/"character": "PETER"/; s/"status": "todo"/"status": "done"/' "$dir/list.rz48cues" >"$dir/peter.rz48cues"
+"$cue" list "$dir/peter.rz48cues" >"$dir/out"
+check '[ "$(head -1 "$dir/out")" = "$(printf "1\t10:00:01:00\t\tPETER\tdone\tA1\tHello")" ]' "list: a line per cue"
+"$cue" convert "$dir/peter.rz48cues" "$dir/sheet.pdf" --by-character >/dev/null 2>"$dir/err"
+check '[ $? -eq 0 ] && [ "$(head -c 4 "$dir/sheet.pdf")" = "%PDF" ]' "a printable PDF: $(cat "$dir/err")"
+"$cue" convert "$dir/sheet.pdf" "$dir/back.rz48cues" >/dev/null 2>&1
+check 'cmp -s "$dir/back.rz48cues" "$dir/peter.rz48cues"' "the PDF gives back the list exactly"
+"$cue" convert "$dir/peter.rz48cues" "$dir/peter.txt" >/dev/null 2>"$dir/err"
+check '[ $? -eq 0 ] && grep -qx "rz48cue: the sheet leaves out the list'"'"'s character, status" "$dir/err"' "a sheet names what it drops"
+"$cue" convert "$dir/in.txt" "$dir/x.pdf" --paper legal 2>/dev/null
+check '[ $? -eq 2 ]' "--paper legal is a usage error"
+
+# Cues from where they live: a DAW's session text (a marker, a clip on a
+# character's track, a line it cannot read), moved by --shift, and round
+# trips through MIDI markers, an EDL of locators and a spreadsheet.
+printf 'SESSION NAME:\tReel 1\nSAMPLE RATE:\t48000.000000\nSESSION START TIMECODE:\t00:59:58:00\nTIMECODE FORMAT:\t25 Frame\n\nM A R K E R S  L I S T I N G\n#   \tLOCATION     \tTIME REFERENCE    \tUNITS    \tNAME                 \tCOMMENTS\n1   \t01:00:02:00  \t192000            \tSamples  \tHello there [noise]  \ttake 2\n2   \tgarbage      \tx                 \tSamples  \tBroken               \t\n\nT R A C K  L I S T I N G\nTRACK NAME:\tPETER\nCHANNEL \tEVENT   \tCLIP NAME          \tSTART TIME    \tEND TIME      \tDURATION      \tSTATE\n1       \t1       \tWe leave at dawn   \t01:00:05:00   \t01:00:07:10   \t00:00:02:10   \tUnmuted\n' >"$dir/session.txt"
+"$cue" convert "$dir/session.txt" "$dir/session.rz48cues" >"$dir/out" 2>"$dir/err"
+check '[ $? -eq 0 ] && grep -qx "2 cues written to $dir/session.rz48cues; 1 line of $dir/session.txt could not be read" "$dir/out"' "session text: the summary counts the line not read"
+check 'grep -q "^9: marker at \"garbage\"" "$dir/err"' "session text: the line not read, by number"
+"$cue" list "$dir/session.rz48cues" >"$dir/out"
+check '[ "$(cut -f2,3,4,7 "$dir/out")" = "$(printf "01:00:02:00\t\t\tHello there\n01:00:05:00\t01:00:07:10\tPETER\tWe leave at dawn")" ]' "session text: a marker and a clip"
+check 'grep -q "\"reason\": \"noise\"" "$dir/session.rz48cues"' "session text: [...] is the reason"
+"$cue" convert "$dir/session.txt" "$dir/shifted.rz48cues" --shift -00:59:00:00 >/dev/null 2>&1
+"$cue" list "$dir/shifted.rz48cues" >"$dir/out"
+check '[ "$(cut -f2 "$dir/out" | tr "\n" " ")" = "00:01:02:00 00:01:05:00 " ]' "--shift takes a time away"
+for out in markers.mid locators.edl sheet.csv; do
+  extra=; [ "$out" = markers.mid ] && extra=--markers
+  "$cue" convert "$dir/session.rz48cues" "$dir/$out" $extra >/dev/null 2>&1
+  "$cue" convert "$dir/$out" "$dir/back.rz48cues" --tctype 1 >/dev/null 2>&1
+  "$cue" list "$dir/back.rz48cues" >"$dir/out"
+  check '[ "$(cut -f2,4,7 "$dir/out")" = "$(printf "01:00:02:00\t\tHello there\n01:00:05:00\tPETER\tWe leave at dawn")" ]' "round trip through $out"
+done
+"$cue" convert "$dir/session.txt" "$dir/x.rz48cues" --format vhs 2>/dev/null
+check '[ $? -eq 2 ]' "--format of no reader is a usage error"
+"$cue" convert "$dir/session.txt" "$dir/x.rz48cues" --shift soon 2>/dev/null
+check '[ $? -eq 2 ]' "--shift soon is a usage error"
+
 # Nothing written is lost: a full disk keeps the old file and exits 1 with
 # the system's reason; the output is never the input, not even through a
 # link; a device is not read.
