@@ -16,8 +16,13 @@ constexpr qint64 kMostBytes = 64 * 1024;
 const QByteArray kEnd = "\n.\n"; // after the last path
 const QByteArray kTaken = "ok\n";
 
+// In the user's own runtime folder where there is one (no other user can
+// take the name there), else in the temporary folder with the user's id.
 QString serverName()
 {
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
+        return QDir(runtime).filePath(QStringLiteral("rz48panel.socket"));
     return QStringLiteral("rz48panel-%1").arg(::getuid());
 }
 
@@ -29,7 +34,7 @@ bool sendToRunningPanel(const QStringList& files)
     socket.connectToServer(serverName());
     if (!socket.waitForConnected(500))
         return false;
-    QByteArray message;
+    QByteArray message = "\n"; // a request without files brings the panel to the front
     for (const QString& file : files)
         message += QFileInfo(file).absoluteFilePath().toUtf8() + '\n';
     socket.write(message + kEnd.mid(1));
@@ -58,7 +63,7 @@ InstanceServer::InstanceServer(std::function<void(const QStringList&)> open, QOb
                     socket->abort();
                     return;
                 }
-                if (!received->endsWith(kEnd.mid(1)))
+                if (!received->endsWith(kEnd))
                     return;
                 QStringList files;
                 for (const QByteArray& line : received->split('\n'))

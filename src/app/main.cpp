@@ -102,9 +102,15 @@ int main(int argc, char** argv)
         return usageError(QStringLiteral("--tab takes 0 to 4"));
     const bool help = parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all"));
     const bool windowless = help || parser.isSet(QStringLiteral("version")) || parser.isSet(list);
-    // A panel already running takes the files: the unit's port stays its own.
-    if (!files.isEmpty() && !windowless && !parser.isSet(screenshot) && rz48::app::sendToRunningPanel(files)) {
-        std::printf("rz48panel: %s opened in the panel already running\n", qPrintable(files.join(QStringLiteral(", "))));
+    // A panel already running takes the files, or comes to the front: the
+    // unit's port stays its own. (A panel on its own emulated unit, or one
+    // that only makes screenshots, runs beside it.)
+    const bool beside = parser.isSet(screenshot) || (parser.isSet(simulate) && files.isEmpty());
+    if (!windowless && !beside && rz48::app::sendToRunningPanel(files)) {
+        if (files.isEmpty())
+            std::printf("rz48panel: a panel is already running; it was brought to the front\n");
+        else
+            std::printf("rz48panel: %s opened in the panel already running\n", qPrintable(files.join(QStringLiteral(", "))));
         return 0;
     }
 #ifndef Q_OS_MACOS
@@ -177,8 +183,6 @@ int main(int argc, char** argv)
         window.view()->tabView()->setCurrentIndex(tabIndex);
     // The files of the command line, and those another panel passes on.
     auto openFiles = [&window](const QStringList& paths) {
-        if (paths.isEmpty())
-            return;
         if (CueDocument* cues = window.view()->cueDocument())
             for (const QString& path : paths)
                 cues->openFile(path);
@@ -187,7 +191,8 @@ int main(int argc, char** argv)
     };
     rz48::app::InstanceServer instances(openFiles);
     instances.listen();
-    openFiles(files);
+    if (!files.isEmpty())
+        openFiles(files);
     delegate.applicationDidFinishLaunching();
 
     std::signal(SIGINT, onSignal);

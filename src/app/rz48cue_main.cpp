@@ -40,7 +40,7 @@ int dump(const QString& path)
 {
     // A file that is not MIDI is told as such, whatever its size.
     QFile head(path);
-    if (head.open(QIODevice::ReadOnly) && QFileInfo(path).isFile() && !head.read(4).startsWith("MThd"))
+    if (QFileInfo(path).isFile() && head.open(QIODevice::ReadOnly) && !head.read(4).startsWith("MThd"))
         return fail(QStringLiteral("%1 is not a Standard MIDI File: it does not begin with \"MThd\"").arg(path));
     QByteArray bytes;
     QString error;
@@ -263,7 +263,8 @@ int main(int argc, char** argv)
             return fail(QStringLiteral("--zero-at takes a timecode HH:MM:SS:FF, not \"%1\"").arg(parser.value(zeroAt)), 2);
         reading.options.zeroAt = parser.value(zeroAt);
     }
-    if (parser.isSet(shift) && !rz48::cueshift::parseShift(parser.value(shift), typeOption >= 0 ? typeOption : 3))
+    // Checked here at the widest rate, again at the list's once it is read.
+    if (parser.isSet(shift) && !rz48::cueshift::parseShift(parser.value(shift), 3))
         return fail(QStringLiteral("--shift takes a timecode HH:MM:SS:FF, \"-\" before it to take it away, not \"%1\"").arg(parser.value(shift)), 2);
     if (parser.isSet(columns)) {
         static const QStringList words {QStringLiteral("id"), QStringLiteral("in"), QStringLiteral("out"), QStringLiteral("character"),
@@ -295,8 +296,14 @@ int main(int argc, char** argv)
     QString error;
     if (!readList(in, list, reading, &error))
         return fail(error, checking ? 3 : 1);
-    if (parser.isSet(shift))
-        rz48::cueshift::shiftCues(list.cues, *rz48::cueshift::parseShift(parser.value(shift), list.options.tctype), list.options.tctype);
+    if (typeOption >= 0)
+        list.options.tctype = typeOption;
+    if (parser.isSet(shift)) {
+        const std::optional<int64_t> frames = rz48::cueshift::parseShift(parser.value(shift), list.options.tctype);
+        if (!frames)
+            return fail(QStringLiteral("--shift %1 is not a time at the list's rate (timecode type %2)").arg(parser.value(shift)).arg(list.options.tctype), 2);
+        rz48::cueshift::shiftCues(list.cues, *frames, list.options.tctype);
+    }
     const bool hadSessionFields = !rz48::native::fieldsTheSheetDrops(list).isEmpty();
 
     rz48::cuesheet::Options& options = list.options;

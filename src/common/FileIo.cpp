@@ -99,8 +99,10 @@ bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* 
     };
     // The file keeps its permissions when it is replaced.
     struct stat old {};
-    if (::stat(target.constData(), &old) == 0 && S_ISREG(old.st_mode))
+    if (::stat(target.constData(), &old) == 0 && S_ISREG(old.st_mode)) {
+        [[maybe_unused]] const int owned = ::fchown(fd.get(), old.st_uid, old.st_gid); // only root may give a file away
         ::fchmod(fd.get(), old.st_mode & 07777);
+    }
 
     const char* data = bytes.constData();
     qsizetype left = bytes.size();
@@ -113,8 +115,14 @@ bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* 
         data += written;
         left -= written;
     }
+#ifdef __APPLE__
+    // fsync there leaves the data in the drive's cache; this flushes it.
+    if (::fcntl(fd.get(), F_FULLFSYNC) != 0 && ::fsync(fd.get()) != 0)
+        return abandon(errno);
+#else
     if (::fsync(fd.get()) != 0)
         return abandon(errno);
+#endif
     if (fd.close() != 0)
         return abandon(errno);
     if (::rename(temporary.constData(), target.constData()) != 0)
@@ -128,7 +136,16 @@ bool writeFileAtomically(const QString& path, const QByteArray& bytes, QString* 
 
 bool readFileBounded(const QString& path, qint64 maxBytes, QByteArray& bytes, QString* error)
 {
-    // Non-blocking, so that opening a pipe with no writer does not wait.
+    // What is not a regular file is not even opened (opening a serial port
+    // moves its modem lines); non-blocking, so that a pipe that takes the
+    // place of the file in between cannot make the open wait.
+    struct stat before {};
+    if (::stat(QFile::encodeName(path).constData(), &before) != 0)
+        return failWith(error, systemReason(errno));
+    if (S_ISDIR(before.st_mode))
+        return failWith(error, QObject::tr("it is a folder, not a file"));
+    if (!S_ISREG(before.st_mode))
+        return failWith(error, QObject::tr("it is not a regular file (a device, a pipe or a socket)"));
     Descriptor fd(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (fd.get() < 0)
         return failWith(error, systemReason(errno));

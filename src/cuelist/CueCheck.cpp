@@ -117,7 +117,10 @@ QList<Finding> checkCueList(const QList<CueItem>& items, const rz48::cuesheet::O
     // The MIDI track's first delta runs from its start to the first cue.
     if (!timed.isEmpty()) {
         const QString startText = options.start.trimmed();
-        const Time start = TcCalculator().isTc(startText) ? readTime(startText, type) : Time {false, 0};
+        Time start = TcCalculator().isTc(startText) ? readTime(startText, type) : Time {false, 0};
+        if (start.empty)
+            start = Time {false, 0}; // 00:00:00:00, which a cue's time shows as none
+
         const Cue& first = timed.front();
         if (!start.frames)
             add(0, Severity::Error, QStringLiteral("the MIDI start %1 is not a time at %2 fps").arg(startText).arg(fps));

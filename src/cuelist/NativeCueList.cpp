@@ -2,6 +2,7 @@
 
 #include "timecode/TCFormatter.h"
 
+#include <QByteArrayMatcher>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -122,8 +123,13 @@ QByteArray writeCueList(const CueList& list)
 
 bool looksNative(const QByteArray& bytes)
 {
-    const qsizetype start = bytes.indexOf('{');
-    return start >= 0 && start < 16 && bytes.left(4096).contains("\"rz48-cues\"");
+    // A JSON object that names the format anywhere (its keys are written in
+    // order, so "format" follows the cues).
+    qsizetype first = 0;
+    while (first < bytes.size() && (bytes[first] == ' ' || bytes[first] == '\t' || bytes[first] == '\n' || bytes[first] == '\r'))
+        ++first;
+    static const QByteArrayMatcher format("\"rz48-cues\"");
+    return first < bytes.size() && bytes[first] == '{' && format.indexIn(bytes) >= 0;
 }
 
 bool readCueList(const QByteArray& bytes, CueList& list, QString* error)
@@ -148,7 +154,13 @@ bool readCueList(const QByteArray& bytes, CueList& list, QString* error)
 
     CueList read;
     QString why;
-    const QJsonObject options = top.value(QStringLiteral("options")).toObject();
+    const QJsonValue optionsValue = top.value(QStringLiteral("options"));
+    const QJsonValue cuesValue = top.value(QStringLiteral("cues"));
+    if (!optionsValue.isUndefined() && !optionsValue.isObject())
+        return fail(error, QStringLiteral("the cue list file's \"options\" is not an object"));
+    if (!cuesValue.isUndefined() && !cuesValue.isArray())
+        return fail(error, QStringLiteral("the cue list file's \"cues\" is not a list"));
+    const QJsonObject options = optionsValue.toObject();
     rz48::cuesheet::Options& o = read.options;
     if (!readBool(options, "duplicate", o.duplicate, &why) || !readBool(options, "midnight", o.midnight, &why)
         || !readBool(options, "text", o.text, &why) || !readBool(options, "cueId", o.cueId, &why)
@@ -165,7 +177,7 @@ bool readCueList(const QByteArray& bytes, CueList& list, QString* error)
     read.unknownOptions = unknownOf(options, kOptionKeys);
     read.unknownKeys = unknownOf(top, kTopKeys);
 
-    const QJsonArray cues = top.value(QStringLiteral("cues")).toArray();
+    const QJsonArray cues = cuesValue.toArray();
     read.cues.reserve(cues.size());
     for (qsizetype i = 0; i < cues.size(); ++i) {
         if (!cues[i].isObject())

@@ -46,6 +46,8 @@ public:
             exceeded_ = true;
             throw std::length_error("the content is larger than its bound");
         }
+        if (len == 0)
+            return;
         total_ += len;
         if (kept_)
             kept_->append(reinterpret_cast<const char*>(data), len);
@@ -65,19 +67,42 @@ QString tooLarge(size_t page)
     return QStringLiteral("page %1 decodes to more than %2 MiB: too large for a cue sheet").arg(page).arg(kMaxPageContentBytes / (1024 * 1024));
 }
 
-// A page's decoded content (its form XObjects counted too, unless `kept` is
-// given, which takes the page's own content only); false past the bound.
+// Decodes one stream into the sink, stream by stream: qpdf's own page
+// content helpers gather the whole page in memory first, which is what the
+// bound is there to prevent.
+void pipeBounded(QPDFObjectHandle stream, BoundedSink& sink)
+{
+    if (!stream.isStream() || sink.exceeded())
+        return;
+    try {
+        stream.pipeStreamData(&sink, 0, qpdf_dl_generalized, true);
+    } catch (const std::length_error&) {
+    }
+}
+
+// A page's decoded content, its streams joined by newlines as a content
+// parser reads them (its form XObjects counted too, unless `kept` is given,
+// which takes the page's own content only); false past the bound.
 bool decodePage(QPDFPageObjectHelper& page, std::string* kept)
 {
     BoundedSink sink(kMaxPageContentBytes, kept);
-    try {
-        page.pipeContents(&sink);
-        if (!kept)
-            for (auto& [name, form] : page.getFormXObjects())
-                if (form.isStream())
-                    form.pipeStreamData(&sink, 0, qpdf_dl_generalized, true);
-    } catch (const std::length_error&) {
+    QPDFObjectHandle contents = page.getObjectHandle().getKey("/Contents");
+    if (contents.isArray()) {
+        const int n = contents.getArrayNItems();
+        for (int i = 0; i < n && !sink.exceeded(); ++i) {
+            pipeBounded(contents.getArrayItem(i), sink);
+            try {
+                if (!sink.exceeded())
+                    sink.write(reinterpret_cast<const unsigned char*>("\n"), 1);
+            } catch (const std::length_error&) {
+            }
+        }
+    } else {
+        pipeBounded(contents, sink);
     }
+    if (!kept)
+        for (auto& [name, form] : page.getFormXObjects())
+            pipeBounded(form, sink);
     return !sink.exceeded();
 }
 

@@ -82,6 +82,7 @@ bool CueArrayController::setData(const QModelIndex& index, const QVariant& value
         if (!status)
             return false;
         item.status = *status;
+        item.unknownKeys.remove(QStringLiteral("status")); // a later version's word gives way to the one chosen
         break;
     }
     default: return false;

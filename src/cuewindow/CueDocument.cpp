@@ -443,11 +443,7 @@ void CueDocument::onAddCue()
 
 void CueDocument::onRemoveCues()
 {
-    if (!table_)
-        return;
-    QList<int> rows;
-    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
-        rows << cueOfView(index);
+    QList<int> rows = selectedCues();
     std::sort(rows.begin(), rows.end(), std::greater<int>());
     history_->nameNextStep(tr("Remove cues"));
     for (int row : rows)
@@ -462,11 +458,9 @@ void CueDocument::onClearAll()
 
 void CueDocument::copy()
 {
-    if (!table_)
-        return;
     QModelIndexList rows;
-    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
-        rows << controller_->index(cueOfView(index), 0);
+    for (int cue : selectedCues())
+        rows << controller_->index(cue, 0);
     if (!rows.isEmpty())
         QGuiApplication::clipboard()->setMimeData(controller_->mimeData(rows));
 }

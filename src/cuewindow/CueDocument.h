@@ -94,6 +94,8 @@ public:
     // The cue (a row of the list) of a row of the table, and back (invalid when the filter hides it).
     int cueOfView(const QModelIndex& index) const;
     QModelIndex viewIndexOfCue(int cue) const;
+    // The selected rows' cues (rows of the list), in the table's order.
+    QList<int> selectedCues() const;
     void selectCue(int cue);
 
     // The list's files: its own (.rz48cues) or a cue sheet, by the path's

@@ -136,9 +136,13 @@ bool CueDocument::openSheet(const QString& path, QString* error)
     history_->recordNow();
     history_->nameNextStep(tr("Open %1").arg(QFileInfo(path).fileName()));
     if (native) {
-        applyOptions(list.options);
-        kept_ = list;
-        kept_.cues.clear();
+        // The file's options and fields come with it into an empty list;
+        // appended to a list, only its cues.
+        if (wasEmpty) {
+            applyOptions(list.options);
+            kept_ = list;
+            kept_.cues.clear();
+        }
         controller_->appendItems(list.cues);
     } else {
         controller_->cueTableFromString(text, this);

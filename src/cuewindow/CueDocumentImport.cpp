@@ -117,7 +117,17 @@ bool CueDocument::dropFiles(const QStringList& paths, bool linkOffered)
     };
     for (const QString& path : paths) {
         QByteArray bytes;
-        if (rz48::readFileBounded(path, rz48::native::kMaxBytes, bytes) && !claimedFormat(bytes, path).isEmpty()) {
+        const bool read = rz48::readFileBounded(path, rz48::native::kMaxBytes, bytes);
+        rz48::native::CueList list;
+        if (read && rz48::native::looksNative(bytes) && rz48::native::readCueList(bytes, list, nullptr)) {
+            // A list's own file: its cues, every field kept.
+            flush();
+            history_->recordNow();
+            history_->nameNextStep(tr("Drop"));
+            controller_->appendItems(list.cues);
+            history_->recordNow();
+            taken = true;
+        } else if (read && !claimedFormat(bytes, path).isEmpty()) {
             flush();
             taken = previewImport(bytes, path) || taken;
         } else {
@@ -132,8 +142,10 @@ void CueDocument::paste()
 {
     const QString text = QGuiApplication::clipboard()->text();
     const QByteArray bytes = text.toUtf8();
-    if (!claimedFormat(bytes, QString()).isEmpty() && previewImport(bytes, tr("the clipboard")))
+    if (!claimedFormat(bytes, QString()).isEmpty()) {
+        previewImport(bytes, tr("the clipboard")); // cancelled: nothing changes
         return;
+    }
     history_->nameNextStep(tr("Paste"));
     controller_->paste(text);
 }

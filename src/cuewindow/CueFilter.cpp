@@ -44,7 +44,7 @@ bool CueFilter::filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent)
     if (row < 0 || row >= items.size())
         return false;
     const CueItem& cue = items[row];
-    return (character_.isEmpty() || cue.character == character_) && (!status_ || cue.status == *status_);
+    return (character_.isEmpty() || cue.character.compare(character_, Qt::CaseInsensitive) == 0) && (!status_ || cue.status == *status_);
 }
 
 namespace rz48::cuewindow {
@@ -66,27 +66,30 @@ QString cueCounts(const QList<CueItem>& items, const QString& character)
     struct Count {
         int cues = 0, done = 0;
     };
+    // Characters are told apart ignoring case, as the filter does; each is
+    // named as first spelt.
     Count all;
-    std::map<QString, Count> per;
+    std::map<QString, std::pair<QString, Count>> per; // folded name -> (name, count)
     for (const CueItem& c : items) {
         const bool done = c.status == CueStatus::Done;
         ++all.cues;
         all.done += done;
         if (!c.character.isEmpty()) {
-            Count& count = per[c.character];
+            auto& [name, count] = per.try_emplace(c.character.toCaseFolded(), c.character, Count {}).first->second;
             ++count.cues;
             count.done += done;
         }
     }
     auto cues = [](int n) { return n == 1 ? QStringLiteral("1 cue") : QStringLiteral("%1 cues").arg(n); };
     if (!character.isEmpty()) {
-        const Count count = per.count(character) ? per.at(character) : Count {};
+        const auto it = per.find(character.toCaseFolded());
+        const Count count = it != per.end() ? it->second.second : Count {};
         return QStringLiteral("%1: %2, %3 done").arg(character, cues(count.cues)).arg(count.done);
     }
     QString text = QStringLiteral("%1, %2 done").arg(cues(all.cues)).arg(all.done);
     QStringList each;
-    for (const auto& [name, count] : per)
-        each << QStringLiteral("%1 %2/%3").arg(name).arg(count.cues).arg(count.done);
+    for (const auto& [folded, entry] : per)
+        each << QStringLiteral("%1 %2/%3").arg(entry.first).arg(entry.second.cues).arg(entry.second.done);
     if (!each.isEmpty())
         text += QStringLiteral("; ") + each.join(QStringLiteral(", "));
     return text;

@@ -99,6 +99,7 @@ void CueHistory::startRecovery()
 
 void CueHistory::markUnsaved()
 {
+    wroteRecovery_ = true; // a restored list: its recovery file is this panel's now
     stack_->resetClean();
     writeRecovery();
 }
@@ -142,7 +143,9 @@ void CueHistory::markClean()
 {
     recordNow();
     stack_->setClean();
-    discardRecovery();
+    if (wroteRecovery_)
+        discardRecovery();
+    wroteRecovery_ = false;
 }
 
 QString CueHistory::recoveryPath()
@@ -172,6 +175,8 @@ bool CueHistory::readRecovery(const QString& path, Recovered& recovered)
         recovered.savedPath = recovered.list.unknownKeys.take(QLatin1String(kSavedPathKey)).toString();
         return true;
     }
+    if (rz48::native::looksNative(bytes))
+        return false; // a later panel's list: not read as an earlier one's, and not offered
     // An earlier panel's recovery: the five texts per cue, the sheet's option
     // lines, the path (in the file or beside it).
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
@@ -233,7 +238,11 @@ void CueHistory::writeRecovery()
     if (!recovering_)
         return;
     if (stack_->isClean()) {
-        discardRecovery(); // back to the saved list
+        // Back to the saved list: the recovery file goes, if this panel wrote
+        // it (one it did not write is another panel's, or one set aside).
+        if (wroteRecovery_)
+            discardRecovery();
+        wroteRecovery_ = false;
         recoveryDirty_ = true;
         return;
     }
@@ -252,4 +261,5 @@ void CueHistory::writeRecovery()
         return;
     }
     recoveryFailed_ = false;
+    wroteRecovery_ = true;
 }

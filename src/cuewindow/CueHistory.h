@@ -83,4 +83,5 @@ private:
     bool recoveryDirty_ = true; // the recovery file is written only when it would change
     bool applying_ = false;
     bool recoveryFailed_ = false; // said once, until a write succeeds again
+    bool wroteRecovery_ = false;  // the recovery file is this panel's to remove
 };

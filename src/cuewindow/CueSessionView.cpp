@@ -31,13 +31,18 @@ void CueDocument::selectCue(int cue)
         table_->selectRow(shown.row());
 }
 
+QList<int> CueDocument::selectedCues() const
+{
+    QList<int> cues;
+    if (table_)
+        for (const QModelIndex& index : table_->selectionModel()->selectedRows())
+            cues << cueOfView(index);
+    return cues;
+}
+
 void CueDocument::toggleDone()
 {
-    if (!table_)
-        return;
-    QList<int> cues;
-    for (const QModelIndex& index : table_->selectionModel()->selectedRows())
-        cues << cueOfView(index);
+    const QList<int> cues = selectedCues();
     if (cues.isEmpty())
         return;
     const bool allDone = std::all_of(cues.begin(), cues.end(), [this](int c) { return collection()[c].status == CueStatus::Done; });
@@ -129,6 +134,8 @@ void CueDocument::showCounts()
             comboBoxFilterCharacter->addItem(name, name);
         const int at = comboBoxFilterCharacter->findData(shown_->character());
         comboBoxFilterCharacter->setCurrentIndex(at >= 0 ? at : 0);
+        if (at < 0)
+            shown_->setCharacter({}); // the character left the list: all are shown again
     }
     labelCueCounts->setText(countsText());
 }

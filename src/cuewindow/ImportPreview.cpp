@@ -158,6 +158,11 @@ void ImportPreview::buildColumnChoices()
 
 void ImportPreview::accept()
 {
+    // A time to add that is not a time is said, not ignored.
+    if (!shift_->text().trimmed().isEmpty() && !rz48::cueshift::parseShift(shift_->text(), tctype())) {
+        shift_->setFocus();
+        return;
+    }
     rememberMapping();
     QDialog::accept();
 }
@@ -183,7 +188,9 @@ QList<CueItem> ImportPreview::cues() const
 void ImportPreview::showRows()
 {
     const bool shiftOk = shift_->text().trimmed().isEmpty() || rz48::cueshift::parseShift(shift_->text(), tctype());
-    shiftError_->setText(shiftOk ? QString() : tr("not a time HH:MM:SS:FF at this rate"));
+    shiftError_->setText(shiftOk ? QString() : tr("not a time HH:MM:SS:FF at this rate: nothing can be imported"));
+    if (auto* buttons = findChild<QDialogButtonBox*>())
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(shiftOk);
     const QList<CueItem> shown = cues();
     rows_->setRowCount(int(std::min<qsizetype>(shown.size(), kShownRows)));
     for (int r = 0; r < rows_->rowCount(); ++r) {

@@ -1,5 +1,7 @@
 #include "link/SerialPort.h"
 
+#include "common/FileIo.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -133,8 +135,9 @@ namespace {
 
 QString processName(long pid)
 {
-    QFile comm(QStringLiteral("/proc/%1/comm").arg(pid));
-    const QString name = comm.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(comm.readAll()).trimmed() : QString();
+    QByteArray comm;
+    const QString name = rz48::readFileBounded(QStringLiteral("/proc/%1/comm").arg(pid), 4096, comm)
+        ? QString::fromLocal8Bit(comm).trimmed() : QString();
     return name.isEmpty() ? QStringLiteral("process %1").arg(pid) : QStringLiteral("process %1 (%2)").arg(pid).arg(name);
 }
 
@@ -180,12 +183,12 @@ QString flockHolder(int fd)
     struct stat st {};
     if (::fstat(fd, &st) != 0)
         return {};
-    QFile locks(QStringLiteral("/proc/locks"));
-    if (!locks.open(QIODevice::ReadOnly))
+    QByteArray locks;
+    if (!rz48::readFileBounded(QStringLiteral("/proc/locks"), 16 * 1024 * 1024, locks))
         return {};
     // "1: FLOCK  ADVISORY  WRITE 1234 00:05:123 0 EOF": the PID and major:minor:inode.
     const QString inode = QStringLiteral(":%1").arg(qulonglong(st.st_ino));
-    for (const QByteArray& raw : locks.readAll().split('\n')) {
+    for (const QByteArray& raw : locks.split('\n')) {
         const QStringList fields = QString::fromLatin1(raw).simplified().split(u' ');
         if (fields.size() >= 6 && fields[5].endsWith(inode)) {
             const long pid = fields[4].toLong();

@@ -422,6 +422,16 @@ TEST_F(PanelTest, ACrashLosesNoCueList)
     doc->offerRecovery();
     EXPECT_FALSE(QFile::exists(aside));
     EXPECT_EQ(doc->collection()[0].cueText, QStringLiteral("left unsaved"));
+
+    // A recovery file this panel did not write (another panel's, running
+    // beside it) is not this panel's to remove when its own list is saved.
+    QFile other(CueHistory::recoveryPath());
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    other.write(R"({"format": "rz48-cues", "version": 1, "cues": []})");
+    other.close();
+    doc->history()->markClean();
+    EXPECT_TRUE(QFile::exists(CueHistory::recoveryPath()));
+    CueHistory::discardRecovery();
 }
 
 } // namespace
@@ -591,8 +601,14 @@ TEST_F(CueWindowTest, ImportsThroughThePreview)
 
     // A paste of an EDL's locators goes through the preview too.
     QGuiApplication::clipboard()->setText(QStringLiteral("TITLE: REEL 2\nFCM: NON-DROP FRAME\n001  AX  V  C  00:00:00:00 00:00:01:00 03:00:00:00 03:00:01:00\n* LOC: 03:00:00:10 RED ANNA: Over here\n"));
+    const QList<CueItem> beforePaste = doc->collection();
+    const auto accepting = doc->previewRunner;
+    doc->previewRunner = [&](ImportPreview&) { ++previews; return false; };
+    doc->paste(); // cancelled: nothing is pasted, not even as plain lines
+    EXPECT_EQ(doc->collection(), beforePaste);
+    doc->previewRunner = accepting;
     doc->paste();
-    EXPECT_EQ(previews, 4);
+    EXPECT_EQ(previews, 5);
     EXPECT_EQ(doc->collection().last().cueText, QStringLiteral("Over here"));
     EXPECT_EQ(doc->collection().last().character, QStringLiteral("ANNA"));
 

@@ -167,6 +167,12 @@ A	05:00:00:00
 ' >"$dir/far.txt"
 "$cue" check "$dir/far.txt" >"$dir/out"
 check '[ $? -eq 1 ] && grep -q "^1: error: In 05:00:00:00 is more than a MIDI delta holds" "$dir/out"' "a first cue too far after the start"
+printf ';tctype	1
+;start	00:00:00:00
+A	00:00:01:00
+' >"$dir/zero.txt"
+"$cue" check "$dir/zero.txt" >"$dir/out"
+check '[ $? -eq 0 ] && [ "$(cat "$dir/out")" = "0 errors, 0 warnings in 1 cue" ]' "a MIDI start at 00:00:00:00 is a start"
 printf ';start	banana
 ;tctype	abc
 A	00:00:01:00
