@@ -1,22 +1,8 @@
-// SubRip and WebVTT subtitles: any bytes, at every timecode type; every cue it reads has an In
-// time, and every line it cannot read is named with a line the file has.
-#include "FuzzSupport.h"
+// SubRip and WebVTT subtitles, through the shared reader checks.
+#include "FuzzReader.h"
 #include "cuelist/SubtitleReader.h"
-
-#include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
-    rz48::formats::ImportOptions options;
-    options.tctype = int(size % 5) - 1; // -1 to 3
-    options.zeroAt = QStringLiteral("01:00:00:00");
-    const rz48::formats::Imported imported = rz48::formats::readSubtitles(bytes, options);
-    for (const CueItem& cue : imported.cues)
-        if (cue.cueIn.isEmpty())
-            std::abort();
-    for (const rz48::formats::Problem& problem : imported.problems)
-        if (problem.line < 0 || problem.line > bytes.count('\n') + bytes.count('\r') + 1 + int(size / 8))
-            std::abort();
-    return 0;
+    return fuzzCueReader(data, size, &rz48::formats::readSubtitles);
 }

@@ -185,6 +185,8 @@ int main(int argc, char** argv)
     const QCommandLineOption offset(QStringLiteral("offset"), QStringLiteral("Offset of the MIDI track in seconds (the streamer duration, negated)."), QStringLiteral("seconds"), QStringLiteral("0"));
     const QCommandLineOption paper(QStringLiteral("paper"), QStringLiteral("PDF: the paper, a4 (the default) or letter."), QStringLiteral("size"), QStringLiteral("a4"));
     const QCommandLineOption byCharacter(QStringLiteral("by-character"), QStringLiteral("PDF: one section per character."));
+    const QCommandLineOption character(QStringLiteral("character"), QStringLiteral("PDF: only this character's cues (that character's sheet)."),
+                                       QStringLiteral("name"));
     const QCommandLineOption format(QStringLiteral("format"), QStringLiteral("Read IN as this format, not the one its content shows: %1.")
                                                                   .arg((QStringList {QStringLiteral("native"), QStringLiteral("sheet"), QStringLiteral("pdf")}
                                                                         + rz48::formats::readerNames()).join(QStringLiteral(", "))),
@@ -213,7 +215,7 @@ int main(int argc, char** argv)
     const Flag midnight = flag("midnight", "the midnight rotation when sorting");
     const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("check: the findings as a JSON array on standard output, the summary on standard error."));
     const QCommandLineOption strict(QStringLiteral("strict"), QStringLiteral("check: warnings count as errors."));
-    parser.addOptions({tctype, start, offset, paper, byCharacter, format, zeroAt, shift, columns, markers, json, strict});
+    parser.addOptions({tctype, start, offset, paper, byCharacter, character, format, zeroAt, shift, columns, markers, json, strict});
     for (const Flag* f : {&text, &cueId, &characterInText, &pulldown, &duplicate, &midnight})
         parser.addOptions({f->on, f->off});
     if (!rz48::parseArguments(parser))
@@ -350,6 +352,18 @@ int main(int argc, char** argv)
         pdf.title = QFileInfo(in).completeBaseName();
         pdf.paper = paperName == QLatin1String("letter") ? rz48::print::Paper::Letter : rz48::print::Paper::A4;
         pdf.byCharacter = parser.isSet(byCharacter);
+        if (parser.isSet(character)) {
+            // One character's sheet: its cues, the name in the title.
+            const QString name = parser.value(character);
+            QList<CueItem> theirs;
+            for (const CueItem& c : cues)
+                if (c.character.compare(name, Qt::CaseInsensitive) == 0)
+                    theirs << c;
+            if (theirs.isEmpty())
+                return fail(QStringLiteral("%1 has no cue of the character %2").arg(in, name));
+            list.cues = theirs;
+            pdf.title += QStringLiteral(" - ") + name;
+        }
         int pages = 0;
         bytes = rz48::print::cueSheetPdf(list, pdf, &pages, &error);
         if (bytes.isEmpty())

@@ -444,6 +444,8 @@ void CueDocument::onAddCue()
 void CueDocument::onRemoveCues()
 {
     QList<int> rows = selectedCues();
+    if (rows.isEmpty())
+        return; // nothing to remove: no step, and no name left for the next one
     std::sort(rows.begin(), rows.end(), std::greater<int>());
     history_->nameNextStep(tr("Remove cues"));
     for (int row : rows)

@@ -96,6 +96,9 @@ public:
     QModelIndex viewIndexOfCue(int cue) const;
     // The selected rows' cues (rows of the list), in the table's order.
     QList<int> selectedCues() const;
+    // The cues the filter shows, in the list's order; the character filtered to.
+    QList<int> shownCues() const;
+    const QString& filterCharacter() const;
     void selectCue(int cue);
 
     // The list's files: its own (.rz48cues) or a cue sheet, by the path's

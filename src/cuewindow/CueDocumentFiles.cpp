@@ -234,7 +234,15 @@ void CueDocument::menuFileExportPdf()
         path += QStringLiteral(".pdf");
     rz48::print::PdfOptions pdf;
     pdf.title = filePath_.isEmpty() ? tr("Untitled") : QFileInfo(filePath_).completeBaseName();
-    if (!rz48::cuewindow::charactersOf(collection()).isEmpty()) {
+    rz48::native::CueList list = nativeList();
+    if (const QList<int> shown = shownCues(); shown.size() != collection().size()) {
+        // Filtered to a character (or a status): that sheet, the cues shown.
+        list.cues.clear();
+        for (int cue : shown)
+            list.cues << collection()[cue];
+        if (!filterCharacter().isEmpty())
+            pdf.title += QStringLiteral(" - ") + filterCharacter();
+    } else if (!rz48::cuewindow::charactersOf(collection()).isEmpty()) {
         const int layout = rz48::askButtons(tr("Print the cue sheet as one list, or one section per character?"), QString(),
                                             {tr("One list"), tr("A section per character"), tr("Cancel")}, 0, 2);
         if (layout == 2)
@@ -242,7 +250,7 @@ void CueDocument::menuFileExportPdf()
         pdf.byCharacter = layout == 1;
     }
     QString error;
-    const QByteArray bytes = rz48::print::cueSheetPdf(nativeList(), pdf, nullptr, &error);
+    const QByteArray bytes = rz48::print::cueSheetPdf(list, pdf, nullptr, &error);
     if (bytes.isEmpty() || !rz48::writeFileAtomically(path, bytes, &error))
         rz48::showAlert(tr("cannot write %1").arg(path), error);
 }

@@ -146,6 +146,8 @@ void CueDocument::paste()
         previewImport(bytes, tr("the clipboard")); // cancelled: nothing changes
         return;
     }
+    if (!rz48::cuesheet::containsCueTime(text))
+        return; // no line with a time: nothing is pasted
     history_->nameNextStep(tr("Paste"));
     controller_->paste(text);
 }

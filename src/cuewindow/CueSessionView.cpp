@@ -33,11 +33,29 @@ void CueDocument::selectCue(int cue)
 
 QList<int> CueDocument::selectedCues() const
 {
-    QList<int> cues;
+    QList<int> shown;
     if (table_)
         for (const QModelIndex& index : table_->selectionModel()->selectedRows())
-            cues << cueOfView(index);
+            shown << index.row();
+    std::sort(shown.begin(), shown.end());
+    QList<int> cues;
+    for (int row : shown)
+        cues << cueOfView(shown_->index(row, 0));
     return cues;
+}
+
+QList<int> CueDocument::shownCues() const
+{
+    QList<int> cues;
+    for (int row = 0; row < shown_->rowCount(); ++row)
+        cues << cueOfView(shown_->index(row, 0));
+    std::sort(cues.begin(), cues.end()); // in the list's order
+    return cues;
+}
+
+const QString& CueDocument::filterCharacter() const
+{
+    return shown_->character();
 }
 
 void CueDocument::toggleDone()

@@ -6,6 +6,7 @@
 #include "cuewindow/CueTableView.h"
 #include "cuewindow/ImportPreview.h"
 #include "cuelist/CueFormats.h"
+#include "cuelist/PdfImport.h"
 #include "timecode/TCFormatter.h"
 #include "emulator/OutputModel.h"
 #include "pages/MonitorView.h"
@@ -489,6 +490,15 @@ TEST_F(CueWindowTest, StatusFiltersCountsAndTheListsOwnFile)
     ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000)); // the texts sent by the clicks above,
     QTest::qWait(400);                                                                // and their answers
     expectSends([&] { table->selectRow(0); }, "s PETER: Hello");
+    // The filtered sheet prints the cues shown, under the character's name.
+    panels.nextSave = path("peter.pdf");
+    doc->menuFileExportPdf();
+    QString printed;
+    ASSERT_TRUE(rz48::pdf::documentText(path("peter.pdf"), printed));
+    EXPECT_TRUE(printed.contains(QStringLiteral("Untitled - PETER")));
+    EXPECT_TRUE(printed.contains(QStringLiteral("Hello")));
+    EXPECT_FALSE(printed.contains(QStringLiteral("Again"))) << "done, filtered out";
+    EXPECT_FALSE(printed.contains(QStringLiteral("World"))) << "ANNA's";
     EXPECT_EQ(rz48::cuesheet::txInOutsCommands(doc->collection(), TcCalculator()).size(), 4); // "h 0" and three cues
     doc->clearFilter();
     EXPECT_EQ(table->model()->rowCount(), 3);

@@ -71,6 +71,8 @@ for out in markers.mid locators.edl sheet.csv; do
   "$cue" list "$dir/back.rz48cues" >"$dir/out"
   check '[ "$(cut -f2,4,7 "$dir/out")" = "$(printf "01:00:02:00\t\tHello there\n01:00:05:00\tPETER\tWe leave at dawn")" ]' "round trip through $out"
 done
+"$cue" convert "$dir/session.rz48cues" "$dir/peter.pdf" --character peter >"$dir/out" 2>/dev/null
+check '[ $? -eq 0 ] && grep -q "^1 cues written" "$dir/out" && pdftotext "$dir/peter.pdf" - | grep -q "We leave at dawn" && ! pdftotext "$dir/peter.pdf" - | grep -q "Hello there"' "one character's printed sheet"
 "$cue" convert "$dir/session.txt" "$dir/x.rz48cues" --format vhs 2>/dev/null
 check '[ $? -eq 2 ]' "--format of no reader is a usage error"
 "$cue" convert "$dir/session.txt" "$dir/x.rz48cues" --shift soon 2>/dev/null
