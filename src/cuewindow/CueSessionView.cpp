@@ -133,6 +133,7 @@ QLayout* CueDocument::makeFilterBar(QWidget* parent)
     connect(controller_, &QAbstractItemModel::dataChanged, this, &CueDocument::showCounts);
     connect(controller_, &QAbstractItemModel::rowsInserted, this, &CueDocument::showCounts);
     connect(controller_, &QAbstractItemModel::rowsRemoved, this, &CueDocument::showCounts);
+    QMetaObject::invokeMethod(this, &CueDocument::showCounts, Qt::QueuedConnection); // once the window is made
     return bar;
 }
 
