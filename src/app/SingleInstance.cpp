@@ -40,9 +40,10 @@ bool sendToRunningPanel(const QStringList& files)
     socket.write(message + kEnd.mid(1));
     if (!socket.waitForBytesWritten(kWaitMs))
         return false;
+    // The answer is one short line: no more than that is read.
     QByteArray answer;
-    while (!answer.endsWith('\n') && socket.waitForReadyRead(kWaitMs))
-        answer += socket.readAll();
+    while (!answer.endsWith('\n') && answer.size() <= kTaken.size() && socket.waitForReadyRead(kWaitMs))
+        answer += socket.read(kTaken.size() + 1 - answer.size());
     return answer == kTaken;
 }
 
@@ -58,7 +59,7 @@ InstanceServer::InstanceServer(std::function<void(const QStringList&)> open, QOb
             auto* received = new QByteArray;
             connect(socket, &QObject::destroyed, this, [received] { delete received; });
             connect(socket, &QLocalSocket::readyRead, this, [this, socket, received] {
-                *received += socket->readAll();
+                *received += socket->read(kMostBytes + 1 - received->size());
                 if (received->size() > kMostBytes) {
                     socket->abort();
                     return;

@@ -71,12 +71,9 @@ bool readList(const QString& in, rz48::native::CueList& list, Reading& reading, 
         return false;
     }
     reading.options.fileName = in;
-    const QString& forced = reading.options.format;
-    QStringDecoder utf8(QStringDecoder::Utf8);
-    const QString text = utf8.decode(bytes);
-    const bool sheet = forced == QLatin1String("sheet") || (forced.isEmpty() && !utf8.hasError() && rz48::cuesheet::looksLikeCueSheet(text));
-    const QString format = !forced.isEmpty() ? forced : sheet ? QString() : rz48::formats::detectFormat(bytes, in);
-    if (!sheet && !format.isEmpty() && format != QLatin1String("native") && format != QLatin1String("pdf")) {
+    const QString format = reading.options.format.isEmpty() ? rz48::formats::chooseReader(bytes, in) : reading.options.format;
+    if (rz48::formats::readerNames().contains(format)) {
+        reading.options.format = format;
         const rz48::formats::Imported imported = rz48::formats::importCues(bytes, reading.options);
         for (const rz48::formats::Problem& p : imported.problems)
             std::fprintf(stderr, "%d: %s\n", p.line, qPrintable(p.why));
@@ -88,18 +85,21 @@ bool readList(const QString& in, rz48::native::CueList& list, Reading& reading, 
             list.options.tctype = reading.options.tctype;
         return true;
     }
-    if (format == QLatin1String("pdf") || (forced.isEmpty() && (QFileInfo(in).suffix().compare(QLatin1String("pdf"), Qt::CaseInsensitive) == 0 || bytes.startsWith("%PDF")))) {
+    if (format == QLatin1String("pdf")) {
         if (rz48::pdf::importPdf(in, list.cues, error, &list))
             return true;
         *error = QStringLiteral("cannot import %1: %2").arg(in, *error);
         return false;
     }
-    if (format == QLatin1String("native") || (forced.isEmpty() && rz48::native::looksNative(bytes))) {
+    if (format == QLatin1String("native")) {
         if (rz48::native::readCueList(bytes, list, error))
             return true;
         *error = QStringLiteral("cannot read %1: %2").arg(in, *error);
         return false;
     }
+    // A sheet, or any text with times.
+    QStringDecoder utf8(QStringDecoder::Utf8);
+    const QString text = utf8.decode(bytes);
     if (utf8.hasError() || bytes.size() > rz48::cuesheet::kMaxSheetBytes) {
         *error = QStringLiteral("cannot read %1: %2")
                      .arg(in, utf8.hasError() ? QStringLiteral("the file is not UTF-8 text") : QStringLiteral("it is larger than a cue sheet may be"));

@@ -1,4 +1,6 @@
 #include "cuelist/CueFormats.h"
+#include "cuelist/NativeCueList.h"
+#include "cuelist/CueSheet.h"
 
 #include "common/TimecodeLabel.h"
 #include "cuelist/DelimitedReader.h"
@@ -193,6 +195,20 @@ QString detectFormat(const QByteArray& bytes, const QString& fileName)
     if (looksDelimited(head, fileName))
         return QStringLiteral("csv");
     return {};
+}
+
+QString chooseReader(const QByteArray& bytes, const QString& fileName)
+{
+    if (bytes.startsWith("%PDF") || fileName.endsWith(QLatin1String(".pdf"), Qt::CaseInsensitive))
+        return QStringLiteral("pdf");
+    if (rz48::native::looksNative(bytes))
+        return QStringLiteral("native");
+    QStringDecoder utf8(QStringDecoder::Utf8);
+    const QString text = utf8.decode(bytes);
+    if (!utf8.hasError() && rz48::cuesheet::looksLikeCueSheet(text))
+        return QStringLiteral("sheet");
+    const QString detected = detectFormat(bytes, fileName);
+    return detected.isEmpty() ? QStringLiteral("text") : detected;
 }
 
 QStringList readerNames()

@@ -53,6 +53,11 @@ struct Imported {
 // "srt", "csv"; "" for none (the caller falls back to its own text import).
 QString detectFormat(const QByteArray& bytes, const QString& fileName);
 QStringList readerNames(); // for --format
+// Which reader takes a file, in this order: "pdf" (by its name or its
+// first bytes), "native" (the list's own file), "sheet" (a cue sheet by its
+// shape), one of readerNames() (detected), else "text" (any text with
+// times, read by the sheet reader).
+QString chooseReader(const QByteArray& bytes, const QString& fileName);
 Imported importCues(const QByteArray& bytes, const ImportOptions& options); // detected or forced
 
 // RFC 4180, UTF-8 without a byte order mark, CR LF line ends, a header row

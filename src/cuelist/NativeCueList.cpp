@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 
 #include <cmath>
+#include <type_traits>
 
 namespace rz48::native {
 
@@ -39,30 +40,32 @@ template <size_t N> QJsonObject unknownOf(const QJsonObject& object, const char*
 
 // Reads the value of `key` into `out` when it has the right type; a missing
 // key keeps the default. False (with why) when it is there with another type.
-bool readString(const QJsonObject& o, const char* key, QString& out, const QString& where, QString* why)
+template <class T> bool readValue(const QJsonObject& o, const char* key, T& out, const QString& refusal, QString* why)
 {
     const QJsonValue v = o.value(QLatin1String(key));
     if (v.isUndefined())
         return true;
-    if (!v.isString()) {
-        *why = QStringLiteral("%1 \"%2\" is not text").arg(where, QLatin1String(key));
-        return false;
+    if constexpr (std::is_same_v<T, bool>) {
+        if (v.isBool()) {
+            out = v.toBool();
+            return true;
+        }
+    } else if (v.isString()) {
+        out = v.toString();
+        return true;
     }
-    out = v.toString();
-    return true;
+    *why = refusal.arg(QLatin1String(key));
+    return false;
+}
+
+bool readString(const QJsonObject& o, const char* key, QString& out, const QString& where, QString* why)
+{
+    return readValue(o, key, out, where + QStringLiteral(" \"%1\" is not text"), why);
 }
 
 bool readBool(const QJsonObject& o, const char* key, bool& out, QString* why)
 {
-    const QJsonValue v = o.value(QLatin1String(key));
-    if (v.isUndefined())
-        return true;
-    if (!v.isBool()) {
-        *why = QStringLiteral("the option \"%1\" is not true or false").arg(QLatin1String(key));
-        return false;
-    }
-    out = v.toBool();
-    return true;
+    return readValue(o, key, out, QStringLiteral("the option \"%1\" is not true or false"), why);
 }
 
 bool fail(QString* error, const QString& why)

@@ -104,9 +104,8 @@ public:
     // The list's files: its own (.rz48cues) or a cue sheet, by the path's
     // extension. Saving names the file the list's own.
     bool saveList(const QString& path, QString* error = nullptr);
-    bool saveSheet(const QString& path, QString* error = nullptr);
     // Opens the list's own file (known by its content) or a sheet or text.
-    bool openSheet(const QString& path, QString* error = nullptr);
+    bool openList(const QString& path, QString* error = nullptr);
     // The same, from the command line or another panel: says why it cannot.
     bool openFile(const QString& path);
     // The whole list as its own file keeps it.

@@ -103,12 +103,7 @@ bool CueDocument::saveList(const QString& path, QString* error)
     return true;
 }
 
-bool CueDocument::saveSheet(const QString& path, QString* error)
-{
-    return saveList(path, error);
-}
-
-bool CueDocument::openSheet(const QString& path, QString* error)
+bool CueDocument::openList(const QString& path, QString* error)
 {
     // The list's own file by its content, whatever its name; else a cue
     // sheet or any UTF-8 text with times.
@@ -164,7 +159,7 @@ bool CueDocument::openSheet(const QString& path, QString* error)
 bool CueDocument::openFile(const QString& path)
 {
     QString error;
-    const bool opened = openSheet(path, &error);
+    const bool opened = openList(path, &error);
     if (opened)
         rz48::diag("cue list opened: %s\n", qPrintable(path));
     else

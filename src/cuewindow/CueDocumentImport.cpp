@@ -18,7 +18,6 @@
 #include <QClipboard>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QStringDecoder>
 
 namespace {
 
@@ -29,14 +28,9 @@ const QStringList kImported {QStringLiteral("txt"), QStringLiteral("csv"), QStri
 
 QString CueDocument::claimedFormat(const QByteArray& bytes, const QString& fileName)
 {
-    // The cue sheet, PDFs and the list's own file are read as they always were.
-    if (bytes.startsWith("%PDF") || rz48::native::looksNative(bytes))
-        return {};
-    QStringDecoder utf8(QStringDecoder::Utf8);
-    const QString text = utf8.decode(bytes);
-    if (!utf8.hasError() && rz48::cuesheet::looksLikeCueSheet(text))
-        return {};
-    return rz48::formats::detectFormat(bytes, fileName);
+    // The cue sheet, PDFs, plain text and the list's own file are read as they always were.
+    const QString reader = rz48::formats::chooseReader(bytes, fileName);
+    return rz48::formats::readerNames().contains(reader) ? reader : QString();
 }
 
 bool CueDocument::previewImport(const QByteArray& bytes, const QString& fileName)

@@ -26,18 +26,17 @@ constexpr int kShownRows = 2000; // the preview shows this many; all are importe
 
 QString formatName(const QString& format)
 {
-    if (format == QLatin1String("protools"))
-        return ImportPreview::tr("DAW session text");
-    if (format == QLatin1String("edl"))
-        return ImportPreview::tr("edit decision list (EDL)");
-    if (format == QLatin1String("csv"))
-        return ImportPreview::tr("spreadsheet or marker list (CSV/TSV)");
-    if (format == QLatin1String("srt"))
-        return ImportPreview::tr("SubRip subtitles");
-    if (format == QLatin1String("vtt"))
-        return ImportPreview::tr("WebVTT subtitles");
-    if (format == QLatin1String("midi"))
-        return ImportPreview::tr("MIDI markers");
+    static const std::pair<const char*, const char*> names[] = {
+        {"protools", QT_TRANSLATE_NOOP("ImportPreview", "DAW session text")},
+        {"edl", QT_TRANSLATE_NOOP("ImportPreview", "edit decision list (EDL)")},
+        {"csv", QT_TRANSLATE_NOOP("ImportPreview", "spreadsheet or marker list (CSV/TSV)")},
+        {"srt", QT_TRANSLATE_NOOP("ImportPreview", "SubRip subtitles")},
+        {"vtt", QT_TRANSLATE_NOOP("ImportPreview", "WebVTT subtitles")},
+        {"midi", QT_TRANSLATE_NOOP("ImportPreview", "MIDI markers")},
+    };
+    for (const auto& [name, shown] : names)
+        if (format == QLatin1String(name))
+            return ImportPreview::tr(shown);
     return format;
 }
 
