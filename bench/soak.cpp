@@ -7,8 +7,7 @@
 //
 //   soak_panel [SECONDS] [SEED]      (default 60 s)
 #include "emulator/PtyHost.h"
-#include "link/ComThread.h"
-#include "panel/ConnectionController.h"
+#include "link/UnitLink.h"
 #include "panel/rz48View.h"
 
 #include <QApplication>
@@ -132,7 +131,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "soak: the emulated unit did not come back: %s\n", error.c_str());
         return 1;
     }
-    const bool connected = waitFor([&] { return view->connection()->isConnected(); }, 15000);
+    const bool connected = waitFor([&] { return view->link()->isConnected(); }, 15000);
     const bool shown = connected && waitFor([&] { return bypass->isChecked() != wasChecked; }, 15000);
     std::fprintf(stderr, "soak: %d hang-ups, %d garbled spells, %d bursts, %d operator changes; resident %.1f MiB at the end\n",
                 hangUps, garbles, bursts, clicks, residentMiB());

@@ -4,6 +4,7 @@
 #include "FuzzSupport.h"
 #include "common/Diagnostics.h"
 #include "link/MsgClass.h"
+#include "link/UnitLink.h"
 #include "panel/rz48View.h"
 
 #include <QApplication>
@@ -50,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (size_t at = size > 0 ? 1 : 0; at < size; at += chunk) {
         MsgClass message;
         message.txBytes(data + at, uint32_t(std::min(chunk, size - at)));
-        view->threadHasMsg(message);
+        view->link()->threadHasMsg(message);
     }
     QCoreApplication::processEvents();
     return 0;

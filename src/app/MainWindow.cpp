@@ -2,8 +2,7 @@
 
 #include "cuewindow/CueDocument.h"
 #include "common/Alerts.h"
-#include "link/ComThread.h"
-#include "panel/ConnectionController.h"
+#include "link/UnitLink.h"
 #include "panel/MainTab.h"
 #include "panel/OutputController.h"
 #include "panel/SetupController.h"
@@ -92,10 +91,16 @@ void MainWindow::addPanelMenus()
 
     QMenu* unit = menuBar()->addMenu(tr("&Unit"));
     unit->setObjectName(QStringLiteral("menuUnit"));
-    QAction* reconnect = unit->addAction(tr("&Reconnect"), this, [this] { view_->connection()->reconnect(); });
+    QAction* reconnect = unit->addAction(tr("&Reconnect"), this, [this] {
+        if (rz48::link::UnitLink* link = view_->link())
+            link->reconnect();
+    });
     reconnect->setObjectName(QStringLiteral("menuUnitReconnect"));
     reconnect->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
-    QAction* port = unit->addAction(tr("&Port..."), this, [this] { view_->connection()->choosePort(); });
+    QAction* port = unit->addAction(tr("&Port..."), this, [this] {
+        if (rz48::link::UnitLink* link = view_->link())
+            link->choosePort();
+    });
     port->setObjectName(QStringLiteral("menuUnitPort"));
     unit->addSeparator();
     SetupController* setups = view_->setups();
@@ -113,10 +118,12 @@ void MainWindow::addPanelMenus()
     status->setObjectName(QStringLiteral("labelConnection"));
     statusBar()->addWidget(status, 1);
     auto showState = [this, status] {
-        status->setText(view_->connection()->statusText());
-        status->setToolTip(view_->connection()->reasons().join(u'\n'));
+        if (const rz48::link::UnitLink* link = view_->link()) {
+            status->setText(link->statusText(view_->updates()->firmwareVersion()));
+            status->setToolTip(link->reasons().join(u'\n'));
+        }
     };
-    connect(view_->connection(), &ConnectionController::stateChanged, status, showState);
+    connect(view_->link(), &rz48::link::UnitLink::stateChanged, status, showState);
     connect(view_->updates(), &UpdateController::firmwareReported, status, showState);
     showState();
 
@@ -156,11 +163,11 @@ void MainWindow::showSelfTest(const QString& name, bool passed, const QString& o
 
 QString MainWindow::aboutText() const
 {
-    const ComThread* link = view_->comThread();
+    const rz48::link::UnitLink* link = view_->link();
     const QString firmware = view_->updates()->firmwareVersion();
     QString unit;
-    if (link && link->fd() >= 0)
-        unit = tr("Unit: RZ-48 on %1, firmware %2.").arg(link->com(), firmware.isEmpty() ? tr("not reported yet") : firmware);
+    if (link && link->hasPort())
+        unit = tr("Unit: RZ-48 on %1, firmware %2.").arg(link->portName(), firmware.isEmpty() ? tr("not reported yet") : firmware);
     else
         unit = tr("Unit: none connected.");
     return tr("Control panel for the RZ-48 video overlay unit, version %1.\n%2\n\n"

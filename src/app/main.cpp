@@ -8,7 +8,6 @@
 #include "control/UnitSession.h"
 #include "cuewindow/CueDocument.h"
 #include "emulator/PtyHost.h"
-#include "link/ComThread.h"
 #include "pages/UnitOutputWindow.h"
 #include "panel/OutputController.h"
 #include "panel/UpdateController.h"

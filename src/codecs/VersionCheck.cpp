@@ -3,6 +3,8 @@
 #include "common/FieldScanner.h"
 #include "common/PosixRegex.h"
 
+#include <QStringList>
+
 
 namespace rz48 {
 std::optional<QString> firstDottedVersion(const QString& text)
@@ -33,6 +35,11 @@ std::optional<VersionVerdict> compareVersions(const QString& currentText, const 
     if (!current || !firstDottedVersion(minimum))
         return std::nullopt;
     return VersionVerdict {*current, versionValue(minimum) > versionValue(*current)};
+}
+
+UnitVersion versionOfReport(const QString& kReport)
+{
+    return {firstDottedVersion(kReport).value_or(QString()), kReport.split(u' ', Qt::SkipEmptyParts).mid(3).join(u' ')};
 }
 
 } // namespace rz48

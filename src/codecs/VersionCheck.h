@@ -19,4 +19,12 @@ struct VersionVerdict {
 // None when either text holds no dotted version.
 std::optional<VersionVerdict> compareVersions(const QString& currentText, const QString& minimum);
 
+// What the unit's "k" report says of its firmware.
+struct UnitVersion {
+    QString version;     // the dotted version ("3.32.6"); empty when the report has none
+    QString description; // the report's words after its numbers ("RZ-48 micro 3.32.6")
+};
+// The version a "k" report names.
+UnitVersion versionOfReport(const QString& kReport);
+
 } // namespace rz48

@@ -1,5 +1,7 @@
 #include "control/SetupTransfer.h"
 
+#include "codecs/VersionCheck.h"
+
 #include <QMap>
 
 namespace rz48::control {
@@ -10,11 +12,6 @@ constexpr int kAnswerMs = 2000;
 constexpr int kBareMAnswerMs = 300; // the unit's answer to a bare "M" is not one the protocol lists
 
 } // namespace
-
-QString firmwareOf(const QString& kReport)
-{
-    return kReport.split(u' ', Qt::SkipEmptyParts).mid(3).join(u' ');
-}
 
 CapturedSetup setupFromReports(const QMap<QChar, QString>& reports, const QString& when, const QString& port,
                                const QString& firmware)
@@ -49,7 +46,7 @@ CapturedSetup captureSetup(UnitSession& session, const QString& when)
         if (const std::optional<QString> report = session.ask(QString(letter), letter, *l == 'M' ? kBareMAnswerMs : kAnswerMs))
             reports.insert(letter, *report);
     }
-    return setupFromReports(reports, when, session.portPath(), k ? firmwareOf(*k) : QString());
+    return setupFromReports(reports, when, session.portPath(), k ? rz48::versionOfReport(*k).description : QString());
 }
 
 QList<Difference> compareSetup(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit)

@@ -21,8 +21,6 @@ struct CapturedSetup {
 // comments: when, from which port, the firmware, and each letter left out.
 CapturedSetup setupFromReports(const QMap<QChar, QString>& reports, const QString& when, const QString& port,
                                const QString& firmware);
-// The firmware version of a "k" report ("k ADDRESS SIZE VERSION"), or empty.
-QString firmwareOf(const QString& kReport);
 
 // Asks for "k" (for the firmware version in the comments) and each setup
 // letter in order, and nothing else. `when` is the time stamp written.

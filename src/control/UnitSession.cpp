@@ -1,6 +1,6 @@
 #include "control/UnitSession.h"
 
-#include "link/ReceiveDrain.h"
+#include "codecs/ReportScanner.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -12,46 +12,32 @@ namespace rz48::control {
 
 namespace {
 
-void configure(ComThread& link, const QString& directory, const QString& port)
+rz48::link::Search searchOf(const QString& directory, const QString& port)
 {
-    link.setDriverCheck([] { return true; }); // no window to explain a driver in
-    if (!directory.isEmpty())
-        link.setSearchDirectory(directory);
-    if (!port.isEmpty())
-        link.setExplicitPort(port);
+    return {directory, port, [] { return true; }}; // no window to explain a driver in
 }
 
 } // namespace
 
-UnitSession::UnitSession() = default;
+UnitSession::UnitSession()
+{
+    connect(&link_, &rz48::link::UnitLink::reportLine, this, [this](const QString& line) { lines_ << line; });
+}
 
 UnitSession::~UnitSession()
 {
-    link_.stopThread();
+    link_.stop();
 }
 
 bool UnitSession::open(const QString& directory, const QString& port, QStringList* reasons)
 {
-    configure(link_, directory, port);
-    if (link_.openUsbSerial() != 0) {
+    link_.setSearch(searchOf(directory, port));
+    if (!link_.start()) {
         if (reasons)
-            *reasons = link_.searchReport();
+            *reasons = link_.reasons();
         return false;
     }
-    link_.startThread(this);
     return true;
-}
-
-void UnitSession::threadHasMsg(MsgClass chunk)
-{
-    bytesReceived_ += quint64(chunk.buffer().size() + chunk.midiBuffer().size());
-    received_.append(chunk);
-    rz48::drainReceiveBuffer(received_, [this](const QString& line) { lines_ << line; });
-}
-
-void UnitSession::threadLinkLost()
-{
-    lost_ = true;
 }
 
 bool UnitSession::waitUntil(const std::function<bool()>& done, int timeoutMs)
@@ -59,7 +45,7 @@ bool UnitSession::waitUntil(const std::function<bool()>& done, int timeoutMs)
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
-        if (lost_ || timer.elapsed() >= timeoutMs)
+        if (lost() || timer.elapsed() >= timeoutMs)
             return done();
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         QThread::msleep(2);
@@ -73,9 +59,9 @@ std::optional<QString> UnitSession::waitFor(QChar letter, int timeoutMs)
     waitUntil(
         [&] {
             while (!lines_.isEmpty()) {
-                const QString line = lines_.takeFirst();
-                if (!line.isEmpty() && line.at(0) == letter && (line.size() == 1 || line.at(1) == u' ')) {
-                    found = line;
+                const std::optional<QString> report = rz48::acceptReport(lines_.takeFirst());
+                if (report && report->at(0) == letter) {
+                    found = report;
                     return true;
                 }
             }
@@ -95,9 +81,9 @@ std::optional<QString> UnitSession::ask(const QString& command, QChar letter, in
 std::optional<QStringList> UnitSession::exchange(const QString& command, int quietMs, int timeoutMs)
 {
     lines_.clear();
-    const quint64 before = bytesReceived_;
+    const quint64 before = link_.bytesReceived();
     link_.sendString(command);
-    if (!waitUntil([&] { return bytesReceived_ != before; }, timeoutMs))
+    if (!waitUntil([&] { return link_.bytesReceived() != before; }, timeoutMs))
         return std::nullopt;
     qsizetype seen = -1;
     while (seen != lines_.size()) { // until nothing more came for quietMs
@@ -116,10 +102,8 @@ bool UnitSession::drain(int timeoutMs)
 
 int printPortListing(const QString& directory, const QString& port)
 {
-    ComThread link;
-    configure(link, directory, port);
     QStringList answering;
-    for (const QString& line : link.listPorts(&answering))
+    for (const QString& line : rz48::link::UnitLink::listPorts(searchOf(directory, port), &answering))
         std::printf("%s\n", qPrintable(line));
     return answering.isEmpty() ? 3 : 0;
 }

@@ -2,8 +2,7 @@
 // A unit without a window: one search, the probe, then only what is asked
 // for, through the panel's own link (its pacing, its probe). Report lines
 // are collected as they come, so that a caller can ask for one and wait.
-#include "link/ComThread.h"
-#include "link/MsgClass.h"
+#include "link/UnitLink.h"
 
 #include <QObject>
 #include <QString>
@@ -36,20 +35,14 @@ public:
     bool drain(int timeoutMs = 5000);
     // Waits up to `timeoutMs` for a report of `letter` among the lines still to come.
     std::optional<QString> waitFor(QChar letter, int timeoutMs);
-    bool lost() const { return lost_; }
-
-    Q_INVOKABLE void threadHasMsg(MsgClass chunk);
-    Q_INVOKABLE void threadLinkLost();
+    bool lost() const { return link_.state() == rz48::link::UnitLink::State::Lost; }
 
 private:
     // Runs the event loop until `done` holds or `timeoutMs` passed.
     bool waitUntil(const std::function<bool()>& done, int timeoutMs);
 
-    ComThread link_;
-    MsgClass received_;
+    rz48::link::UnitLink link_;
     QStringList lines_; // not yet taken
-    quint64 bytesReceived_ = 0;
-    bool lost_ = false;
 };
 
 // Every candidate port and what was found on it, printed on standard output.

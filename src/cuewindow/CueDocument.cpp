@@ -9,7 +9,7 @@
 #include "cuewindow/CueFilter.h"
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 
 #include <QAction>
 #include <QUndoStack>
@@ -298,8 +298,8 @@ QString CueDocument::cueItemText(const CueItem& item) const
 
 void CueDocument::send(const QString& command)
 {
-    if (comThread_)
-        comThread_->sendString(command);
+    if (link_)
+        link_->sendString(command);
 }
 
 void CueDocument::sendCueItemText(const CueItem& item)

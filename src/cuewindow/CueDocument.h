@@ -16,7 +16,9 @@
 #include <functional>
 #include <optional>
 
-class ComThread;
+namespace rz48::link {
+class UnitLink;
+}
 class CueArrayController;
 class CueCheckPane;
 class CueHistory;
@@ -142,8 +144,8 @@ public:
     const QString& filePath() const { return filePath_; }
     CueHistory* history() const { return history_; }
 
-    ComThread* comThread() const { return comThread_; }
-    void setComThread(ComThread* link) { comThread_ = link; }
+    rz48::link::UnitLink* link() const { return link_; }
+    void setLink(rz48::link::UnitLink* link) { link_ = link; }
     double offset() const { return offset_; }
     void setOffset(double offset) { offset_ = offset; }
     MidiTrack& midiTrack() { return midiTrack_; }
@@ -180,7 +182,7 @@ private:
     CueFilter* shown_;
     MidiTrack midiTrack_;
     TcCalculator tcc_;
-    ComThread* comThread_ = nullptr;
+    rz48::link::UnitLink* link_ = nullptr;
     double offset_ = 0;
     bool modified_ = false;
     CueHistory* history_;

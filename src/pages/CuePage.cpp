@@ -1,7 +1,7 @@
 #include "pages/CuePage.h"
 
 #include "common/Diagnostics.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 #include "widgets/WindowClose.h"
 
 CuePage::CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, MakeWorker makeWorker,
@@ -47,12 +47,12 @@ void CuePage::setDraw(int request)
 
 void CuePage::send(const QString& command)
 {
-    if (comThread_)
-        comThread_->sendString(command);
+    if (link_)
+        link_->sendString(command);
 }
 
 void CuePage::trigger(int note)
 {
-    if (comThread_)
-        comThread_->sendMidiTrigger(note);
+    if (link_)
+        link_->sendMidiTrigger(note);
 }

@@ -10,7 +10,9 @@
 
 #include <memory>
 
-class ComThread;
+namespace rz48::link {
+class UnitLink;
+}
 class ReportRouter;
 
 class CuePage : public PreviewView {
@@ -23,10 +25,10 @@ public:
     void awakeFromNib();
     // The page's controls, laid out beside the preview by the window.
     QWidget* controls() const { return controls_; }
-    void setComThread(ComThread* link) { comThread_ = link; }
+    void setLink(rz48::link::UnitLink* link) { link_ = link; }
     // The report letters the page owns.
     virtual void registerReports(ReportRouter& router) = 0;
-    ComThread* comThread() const { return comThread_; }
+    rz48::link::UnitLink* link() const { return link_; }
     // Hands the page's picture to its worker, then the draw request.
     void setDraw(int request);
     void windowClosing();
@@ -51,7 +53,7 @@ protected:
 
 private:
     std::unique_ptr<PreviewWorker> worker_;
-    ComThread* comThread_ = nullptr;
+    rz48::link::UnitLink* link_ = nullptr;
     const char* nilMessage_;
     MakeWorker makeWorker_;
 };

@@ -3,7 +3,7 @@
 #include "codecs/MainTabCodec.h"
 #include "codecs/ProtocolTables.h"
 #include "common/Diagnostics.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 #include "link/MsgClass.h"
 #include "codecs/ReportRouter.h"
 #include "widgets/FieldStepper.h"
@@ -225,8 +225,8 @@ void MainTab::appendConsole(const QString& line)
 
 void MainTab::send(const QString& command)
 {
-    if (comThread_)
-        comThread_->sendString(command);
+    if (link_)
+        link_->sendString(command);
 }
 
 void MainTab::sendRate()

@@ -9,7 +9,9 @@
 #include <array>
 #include <cstdint>
 
-class ComThread;
+namespace rz48::link {
+class UnitLink;
+}
 class FieldStepper;
 class QCheckBox;
 class QComboBox;
@@ -23,7 +25,7 @@ class MainTab : public QWidget {
 public:
     explicit MainTab(QWidget* parent = nullptr);
 
-    void setComThread(ComThread* link) { comThread_ = link; }
+    void setLink(rz48::link::UnitLink* link) { link_ = link; }
     void registerReports(ReportRouter& router);
     // The start-up values of the lists and the timer box.
     void awakeFromNib();
@@ -56,7 +58,7 @@ private:
     void send(const QString& command);
     void showPopEnables(int32_t bits);
 
-    ComThread* comThread_ = nullptr;
+    rz48::link::UnitLink* link_ = nullptr;
     RadioMatrix* rateMatrix = nullptr;
     RadioMatrix* priorityMatrix = nullptr;
     RadioMatrix* popMatrix = nullptr;

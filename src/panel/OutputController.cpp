@@ -2,7 +2,7 @@
 
 #include "codecs/SetupFile.h"
 #include "emulator/EmulatedUnit.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 #include "pages/UnitOutputWindow.h"
 #include "panel/Tooltips.h"
 #include "widgets/WindowPlacement.h"
@@ -22,7 +22,7 @@ UnitOutputWindow* OutputController::window() const
     return window_.data();
 }
 
-void OutputController::setUp(ComThread* link, std::shared_ptr<emu::EmulatedUnit> builtIn)
+void OutputController::setUp(rz48::link::UnitLink* link, std::shared_ptr<emu::EmulatedUnit> builtIn)
 {
     if (builtIn) {
         source_ = std::move(builtIn);

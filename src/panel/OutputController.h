@@ -11,7 +11,9 @@
 #include <atomic>
 #include <memory>
 
-class ComThread;
+namespace rz48::link {
+class UnitLink;
+}
 class UnitOutputWindow;
 namespace emu {
 class EmulatedUnit;
@@ -24,7 +26,7 @@ public:
     ~OutputController() override;
 
     // `builtIn`: the in-process emulated unit, or none for a real unit.
-    void setUp(ComThread* link, std::shared_ptr<emu::EmulatedUnit> builtIn);
+    void setUp(rz48::link::UnitLink* link, std::shared_ptr<emu::EmulatedUnit> builtIn);
     // While an update runs the shadow is left out: the update's bytes are
     // not settings. When it ends the shadow starts over.
     void setUpdating(bool updating);

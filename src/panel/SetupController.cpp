@@ -4,7 +4,8 @@
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
 #include "control/SetupTransfer.h"
-#include "link/ComThread.h"
+#include "codecs/ReportScanner.h"
+#include "link/UnitLink.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -35,7 +36,7 @@ SetupController::SetupController(QObject* parent)
     connect(timer_, &QTimer::timeout, this, &SetupController::tick);
 }
 
-void SetupController::setUp(ComThread* link)
+void SetupController::setUp(rz48::link::UnitLink* link)
 {
     link_ = link;
     if (!link_) {
@@ -52,13 +53,12 @@ QString SetupController::updateSetupDirectory()
 
 void SetupController::record(const QString& line)
 {
-    if (line.size() < 1 || (line.size() > 1 && line.at(1) != u' '))
+    const std::optional<QString> report = rz48::acceptReport(line);
+    if (!report)
         return;
     ++sequence_;
-    if (line.at(0) == u'k')
-        firmware_ = rz48::control::firmwareOf(line);
-    else
-        latest_[line.at(0)] = {line, sequence_};
+    if (report->at(0) != u'k')
+        latest_[report->at(0)] = {*report, sequence_};
 }
 
 void SetupController::connected()
@@ -102,7 +102,8 @@ void SetupController::finish()
         if (it.value().second > askedAt_)
             reports.insert(it.key(), it.value().first);
     const rz48::control::CapturedSetup captured =
-        rz48::control::setupFromReports(reports, now(), link_ ? link_->portPath() : QString(), firmware_);
+        rz48::control::setupFromReports(reports, now(), link_ ? link_->portPath() : QString(),
+                                       firmware_ ? firmware_() : QString());
     const std::unique_ptr<Done> done = std::move(pending_);
     if (done)
         (*done)(captured.setup, captured.missing);

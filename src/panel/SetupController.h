@@ -14,7 +14,9 @@
 
 #include <functional>
 
-class ComThread;
+namespace rz48::link {
+class UnitLink;
+}
 class QTimer;
 
 class SetupController : public QObject {
@@ -23,7 +25,9 @@ public:
     using Done = std::function<void(const rz48::setup::Setup& setup, const QStringList& missing)>;
 
     explicit SetupController(QObject* parent = nullptr);
-    void setUp(ComThread* link);
+    void setUp(rz48::link::UnitLink* link);
+    // Where the unit's firmware is known (for the setup's comment).
+    void setFirmware(std::function<QString()> firmware) { firmware_ = std::move(firmware); }
     // Tells whether an update runs: the menu commands wait for its end (a
     // setup read or sent during one would be empty or lost).
     void setUpdateCheck(std::function<bool()> updating) { updating_ = std::move(updating); }
@@ -65,12 +69,12 @@ private:
     // True (after an alert) while an update runs.
     bool refusedDuringUpdate() const;
 
-    ComThread* link_ = nullptr;
+    rz48::link::UnitLink* link_ = nullptr;
     std::function<bool()> updating_;
     QTimer* timer_ = nullptr;
     quint64 sequence_ = 0;                 // of the last line recorded
     QMap<QChar, QPair<QString, quint64>> latest_; // each letter's last report and when it came
-    QString firmware_;                     // of the last "k" report
+    std::function<QString()> firmware_;    // what the unit's last "k" report said
     quint64 askedAt_ = 0;
     int quietTicks_ = 0;
     int ticks_ = 0;

@@ -6,7 +6,7 @@
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 #include "update/FirmwareCheck.h"
 #include "update/UpdateImages.h"
 
@@ -51,11 +51,11 @@ QByteArray UpdateController::loaderForUpdate()
 
 bool UpdateController::mayStart()
 {
-    if (updating_) {
+    if (isUpdating()) {
         rz48::showAlert(tr("An update is already running."), tr("One update at a time: wait for this one to end."));
         return false;
     }
-    if (!comThread_ || comThread_->fd() < 0) {
+    if (!link_ || !link_->hasPort()) {
         rz48::showAlert(tr("No unit is connected: there is nothing to update."),
                         tr("Connect the unit (Unit > Reconnect looks for it again), then start the update."));
         return false;

@@ -2,12 +2,10 @@
 
 #include "codecs/ProtocolTables.h"
 #include "cuewindow/CueDocument.h"
-#include "link/ComThread.h"
-#include "link/ReceiveDrain.h"
+#include "link/UnitLink.h"
 #include "pages/AnnunciatorView.h"
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
-#include "panel/ConnectionController.h"
 #include "panel/MainTab.h"
 #include "panel/OutputController.h"
 #include "panel/Tooltips.h"
@@ -56,10 +54,11 @@ rz48View::rz48View(QWidget* parent)
     connect(aTimer, &QTimer::timeout, this, &rz48View::timer_service);
 }
 
-rz48View::~rz48View()
+rz48View::~rz48View() = default;
+
+const MsgClass* rz48View::msg() const
 {
-    if (comThread_)
-        comThread_->stopThread();
+    return link_ ? &link_->received() : nullptr;
 }
 
 void rz48View::buildWindow()
@@ -92,12 +91,13 @@ void rz48View::buildWindow()
     updates_ = new UpdateController(this);
     setups_ = new SetupController(this);
     outputs_ = new OutputController(this);
-    connection_ = new ConnectionController(this);
-    connect(connection_, &ConnectionController::stateChanged, this, &rz48View::showConnection);
-    connect(connection_, &ConnectionController::connected, this, &rz48View::onConnected);
-    connect(connection_, &ConnectionController::leaving, this, [this] {
-        if (comThread_)
-            comThread_->stopThread();
+    link_ = std::make_unique<rz48::link::UnitLink>();
+    connect(link_.get(), &rz48::link::UnitLink::stateChanged, this, &rz48View::showConnection);
+    connect(link_.get(), &rz48::link::UnitLink::connected, this, &rz48View::onConnected);
+    connect(link_.get(), &rz48::link::UnitLink::reportLine, this, [this](const QString& line) {
+        processRxString(line);
+        ++linesProcessed_;
+        mainTab_->appendConsole(line);
     });
     connect(updates_, &UpdateController::linkBack, this, &rz48View::sendStartupQueries);
     punchView_ = new PunchView;
@@ -144,10 +144,8 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     tag_ = 21930;
     setAcceptDrops(true);
     mainTab_->awakeFromNib();
-    msg_ = std::make_unique<MsgClass>();
     onWindowClose(this, [this] { windowClosing(); });
 
-    comThread_ = std::make_unique<ComThread>();
     cueDocument_ = std::make_unique<CueDocument>();
     cueDocument_->makeWindowControllers();
     cueDocument_->offerRecovery();
@@ -159,14 +157,9 @@ void rz48View::awakeFromNib(const LinkOptions& options)
         cueDocument_->window()->move(w->frameGeometry().topRight() + QPoint(8, 0));
         rz48::fitOnScreen(cueDocument_->window());
     }
-    if (!options.searchDirectory.isEmpty())
-        comThread_->setSearchDirectory(options.searchDirectory);
-    if (!options.explicitPort.isEmpty())
-        comThread_->setExplicitPort(options.explicitPort);
-    if (options.driverCheck)
-        comThread_->setDriverCheck(options.driverCheck);
+    link_->setSearch({options.searchDirectory, options.explicitPort, options.driverCheck});
     updates_->setUp(
-        comThread_.get(), options,
+        link_.get(), options,
         [this] { tabViewRz48->setCurrentIndex(kUpdateTab); },
         [this] {
             if (cueDocument_ && cueDocument_->window())
@@ -174,28 +167,23 @@ void rz48View::awakeFromNib(const LinkOptions& options)
         });
 
     // The pages keep the one link; what they send while it is down goes nowhere.
-    punchView_->setComThread(comThread_.get());
-    monitorView_->setComThread(comThread_.get());
-    annunciatorView_->setComThread(comThread_.get());
-    cueDocument_->setComThread(comThread_.get());
-    mainTab_->setComThread(comThread_.get());
-    connection_->setUp(comThread_.get(), options, [this] { return updates_->firmwareVersion(); });
-    setups_->setUp(comThread_.get());
+    for (CuePage* page : std::initializer_list<CuePage*> {monitorView_, punchView_, annunciatorView_})
+        page->setLink(link_.get());
+    cueDocument_->setLink(link_.get());
+    mainTab_->setLink(link_.get());
+    setups_->setUp(link_.get());
+    setups_->setFirmware([this] { return updates_->unitVersion().description; });
     setups_->setUpdateCheck([this] { return updates_->isUpdating(); });
-    outputs_->setUp(comThread_.get(), options.simulatedUnit);
+    outputs_->setUp(link_.get(), options.simulatedUnit);
     connect(updates_, &UpdateController::updatingChanged, outputs_, &OutputController::setUpdating);
     // The unit's setup is saved before any update sends its first command.
     updates_->setBeforeUpdate([this](std::function<void(const QString&, const QString&)> then) { setups_->saveBeforeUpdate(std::move(then)); });
-    if (!connection_->start())
+    if (!link_->start())
         showConnection(); // the title says the unit was not found
 }
 
 void rz48View::onConnected()
 {
-    // Nothing half-received from an earlier connection is read as this one's.
-    if (msg_)
-        msg_ = std::make_unique<MsgClass>();
-    comThread_->startThread(this);
     aTimer->start();
     sendStartupQueries();
     setups_->connected();
@@ -206,48 +194,29 @@ void rz48View::onConnected()
 void rz48View::sendStartupQueries()
 {
     for (const char* query : rz48::kStartupQueries)
-        comThread_->sendString(QString::fromLatin1(query));
-}
-
-void rz48View::threadLinkLost()
-{
-    if (!comThread_)
-        return;
-    comThread_->stopThread();
-    connection_->linkLost();
+        link_->sendString(QString::fromLatin1(query));
 }
 
 void rz48View::showConnection()
 {
-    const bool connected = connection_->isConnected();
+    if (!link_)
+        return;
+    const bool connected = link_->isConnected();
     banner_->setVisible(!connected);
     if (!connected) {
-        QString text = tr("Not connected: changes are not sent to a unit.") + u'\n' + connection_->statusText();
-        for (const QString& reason : connection_->reasons())
+        QString text = tr("Not connected: changes are not sent to a unit.") + u'\n' + link_->statusText();
+        for (const QString& reason : link_->reasons())
             text += u'\n' + reason;
         banner_->setText(text);
     }
     QString title = QStringLiteral("RZ48 version ") + shortVersion() + u'-';
-    if (comThread_ && !comThread_->com().isEmpty())
-        title += connected ? comThread_->com() : QStringLiteral("RZ48 not found");
+    if (!link_->portName().isEmpty())
+        title += connected ? link_->portName() : QStringLiteral("RZ48 not found");
     if (QWidget* w = window())
         w->setWindowTitle(title);
 }
 
 // ---------------------------------------------------------------- receiving
-
-void rz48View::threadHasMsg(MsgClass chunk)
-{
-    if (!msg_)
-        return; // the window has closed
-    lastRx_.start();
-    msg_->append(chunk);
-    rz48::drainReceiveBuffer(*msg_, [this](const QString& line) {
-        processRxString(line);
-        ++linesProcessed_;
-        mainTab_->appendConsole(line);
-    });
-}
 
 void rz48View::processRxString(const QString& line)
 {
@@ -263,11 +232,11 @@ void rz48View::timer_service()
 
 bool rz48View::startupSettled() const
 {
-    if (!comThread_ || !comThread_->isRunning())
+    if (!link_ || !link_->isRunning())
         return started_;
     if (sinceStart_.isValid() && sinceStart_.elapsed() > 15000)
         return true;
-    return comThread_->txCount() == 0 && linesProcessed_ > 0 && lastRx_.isValid() && lastRx_.elapsed() > 500;
+    return link_->txCount() == 0 && linesProcessed_ > 0 && link_->quietFor() > 500;
 }
 
 // ---------------------------------------------------------------- closing
@@ -276,23 +245,19 @@ void rz48View::windowClosing()
 {
     // An update in progress ends first ("operation aborted, ..."), then the link.
     updates_->stop();
-    connection_->stop();
+    if (link_)
+        link_->stop();
     // The pages and controllers lose their link before it goes.
     setups_->setUp(nullptr);
-    monitorView_->setComThread(nullptr);
-    punchView_->setComThread(nullptr);
-    annunciatorView_->setComThread(nullptr);
-    mainTab_->setComThread(nullptr);
+    for (CuePage* page : std::initializer_list<CuePage*> {monitorView_, punchView_, annunciatorView_})
+        page->setLink(nullptr);
+    mainTab_->setLink(nullptr);
     if (cueDocument_) {
         cueDocument_->releaseItems();
         cueDocument_->close();
         cueDocument_.reset();
     }
-    if (comThread_) {
-        comThread_->stopThread();
-        comThread_.reset();
-    }
-    msg_.reset();
+    link_.reset();
 }
 
 bool rz48View::mayClose()

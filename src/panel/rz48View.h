@@ -4,17 +4,16 @@
 // report lines and hands each to the owner of its letter (a report never
 // sends anything back). The main tab, the pages, the update controller and
 // the cue document each own their controls, reports and commands.
-#include "link/MsgClass.h"
 #include "panel/LinkOptions.h"
 
 #include <QElapsedTimer>
+
+class MsgClass;
 #include <QWidget>
 
 #include <memory>
 
 class AnnunciatorView;
-class ComThread;
-class ConnectionController;
 class CueDocument;
 class QLabel;
 class MainTab;
@@ -27,6 +26,10 @@ class SetupController;
 class OutputController;
 class UpdateController;
 
+namespace rz48::link {
+class UnitLink;
+}
+
 class rz48View : public QWidget {
     Q_OBJECT
 public:
@@ -36,10 +39,7 @@ public:
     // The start-up sequence, run once the window exists.
     void awakeFromNib(const LinkOptions& options = {});
 
-    // The link's thread hands every chunk it reads to this, on the main thread.
-    Q_INVOKABLE void threadHasMsg(MsgClass chunk);
-    // The link's thread saw the port go away.
-    Q_INVOKABLE void threadLinkLost();
+    // Every line the unit reports, as the link hands it on.
     void processRxString(const QString& line);
     void timer_service();
     // The panel's own window is closing: stop the link.
@@ -52,15 +52,16 @@ public:
     static Qt::DropAction dragOperationFor(const class QMimeData* data, Qt::DropActions allowed);
 
     // --- state ---
-    ComThread* comThread() const { return comThread_.get(); }
-    MsgClass* msg() const { return msg_.get(); }
+    // The link to the unit and where its connection stands; none once the window has closed.
+    rz48::link::UnitLink* link() const { return link_.get(); }
+    // What the link has received and not yet cut into lines.
+    const MsgClass* msg() const;
     int tag() const { return tag_; }
     QTimer* timer() const { return aTimer; }
     QTabWidget* tabView() const { return tabViewRz48; }
     MainTab* mainTab() const { return mainTab_; }
     UpdateController* updates() const { return updates_; }
     SetupController* setups() const { return setups_; }
-    ConnectionController* connection() const { return connection_; }
     OutputController* outputs() const { return outputs_; }
     CueDocument* cueDocument() const { return cueDocument_.get(); }
     MonitorView* monitorView() const { return monitorView_; }
@@ -84,13 +85,11 @@ private:
     void showConnection();
 
     // Long-lived objects.
-    std::unique_ptr<MsgClass> msg_;
-    std::unique_ptr<ComThread> comThread_;
+    std::unique_ptr<rz48::link::UnitLink> link_;
     std::unique_ptr<CueDocument> cueDocument_;
     std::unique_ptr<ReportRouter> router_;
     QTimer* aTimer = nullptr;
     int tag_ = 0;
-    QElapsedTimer lastRx_;
     QElapsedTimer sinceStart_;
     int linesProcessed_ = 0;
     bool started_ = false;
@@ -99,7 +98,6 @@ private:
     MainTab* mainTab_ = nullptr;
     UpdateController* updates_ = nullptr;
     SetupController* setups_ = nullptr;
-    ConnectionController* connection_ = nullptr;
     OutputController* outputs_ = nullptr;
     QLabel* banner_ = nullptr;
     MonitorView* monitorView_ = nullptr;

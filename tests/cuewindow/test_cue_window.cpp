@@ -487,7 +487,7 @@ TEST_F(CueWindowTest, StatusFiltersCountsAndTheListsOwnFile)
     emit status->activated(1);
     ASSERT_EQ(table->model()->rowCount(), 1);
     cueControl<QCheckBox>("checkBoxCharacterInText")->setChecked(true);
-    ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }, 5000)); // the texts sent by the clicks above,
+    ASSERT_TRUE(waitUntil([&] { return view->link()->txCount() == 0; }, 5000)); // the texts sent by the clicks above,
     QTest::qWait(400);                                                                // and their answers
     expectSends([&] { table->selectRow(0); }, "s PETER: Hello");
     // The filtered sheet prints the cues shown, under the character's name.

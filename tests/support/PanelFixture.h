@@ -4,7 +4,7 @@
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
 #include "emulator/PtyHost.h"
-#include "link/ComThread.h"
+#include "link/UnitLink.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
 #include "support/TestSupport.h"
@@ -104,7 +104,7 @@ protected:
         if (builtIn)
             options.simulatedUnit = host.sharedUnit();
         view->awakeFromNib(options);
-        ASSERT_TRUE(view->comThread()->isRunning());
+        ASSERT_TRUE(view->link()->isRunning());
         ASSERT_TRUE(waitUntil([&] { return view->linesProcessed() >= 17; }, 10000));
     }
 
@@ -135,7 +135,7 @@ protected:
         const auto commands = host.unit().commands();
         ASSERT_EQ(commands.size(), before + 1) << expected;
         EXPECT_EQ(commands.back(), expected);
-        EXPECT_EQ(view->comThread()->txCount(), 0);
+        EXPECT_EQ(view->link()->txCount(), 0);
     }
 
     QTemporaryDir dir;

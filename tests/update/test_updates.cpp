@@ -106,10 +106,10 @@ protected:
     // (the start-up queries), and a command round-trips.
     void expectLinkBack()
     {
-        EXPECT_TRUE(view->comThread()->isRunning());
-        EXPECT_EQ(view->comThread()->getBaud(), 38400);
+        EXPECT_TRUE(view->link()->isRunning());
+        EXPECT_EQ(view->link()->getBaud(), 38400);
         waitUntil([] { return false; }, 1800); // the queries go out once the unit has left its update mode
-        EXPECT_TRUE(waitUntil([&] { return view->comThread()->txCount() == 0; }, 15000));
+        EXPECT_TRUE(waitUntil([&] { return view->link()->txCount() == 0; }, 15000));
         waitUntil([] { return false; }, 400); // the last answer comes in
         host.unit().powerCycle();
         auto* bypass = find<QCheckBox>("checkBoxBypass");
