@@ -86,14 +86,15 @@ CueHistory::CueHistory(CueArrayController* model, std::function<rz48::native::Cu
         recoveryDirty_ = true;
         writeRecovery();
     });
+    // A change is written within 3 s; nothing wakes while nothing changes.
     recoveryTimer_->setInterval(kRecoveryEveryMs);
+    recoveryTimer_->setSingleShot(true);
     connect(recoveryTimer_, &QTimer::timeout, this, &CueHistory::writeRecovery);
 }
 
 void CueHistory::startRecovery()
 {
     recovering_ = true;
-    recoveryTimer_->start();
     writeRecovery();
 }
 
@@ -108,6 +109,8 @@ void CueHistory::schedule()
 {
     // The rows one action removes or adds one by one make one step.
     recoveryDirty_ = true;
+    if (recovering_ && !recoveryTimer_->isActive())
+        recoveryTimer_->start();
     if (applying_ || scheduled_)
         return;
     scheduled_ = true;
@@ -254,7 +257,8 @@ void CueHistory::writeRecovery()
     list.unknownKeys.insert(QLatin1String(kSavedPathKey), filePath_);
     QString error;
     if (!rz48::writeFileAtomically(recoveryPath(), rz48::native::writeCueList(list), &error)) {
-        recoveryDirty_ = true; // tried again with the next turn
+        recoveryDirty_ = true; // tried again in a while
+        recoveryTimer_->start();
         if (!recoveryFailed_)
             rz48::diag("cue list recovery file %s cannot be written: %s\n", qPrintable(recoveryPath()), qPrintable(error));
         recoveryFailed_ = true;

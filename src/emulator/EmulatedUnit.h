@@ -52,6 +52,8 @@ public:
     void setLineSpeed(int bitsPerSecond);
     // Timed behaviour (the end of a cue transfer); returns bytes to send.
     std::string tick(Clock::time_point now);
+    // Whether tick() has something to do in time: an update or a cue transfer under way.
+    bool awaitsTime() const;
 
     // --- misbehaviour ---
     void setSilent(bool silent);            // reads everything, answers nothing

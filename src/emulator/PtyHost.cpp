@@ -82,6 +82,10 @@ bool PtyHost::start(const std::string& directory, const std::string& name, std::
         return fail(why);
     }
 
+    if (::pipe(wake_) != 0)
+        return fail(describe("pipe"));
+    for (int fd : wake_)
+        ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
     stop_ = false;
     hangUp_ = false;
     hungUp_ = false;
@@ -92,8 +96,14 @@ bool PtyHost::start(const std::string& directory, const std::string& name, std::
 void PtyHost::stop()
 {
     stop_ = true;
+    wake();
     if (thread_.joinable())
         thread_.join();
+    for (int& fd : wake_) {
+        if (fd >= 0)
+            ::close(fd);
+        fd = -1;
+    }
     if (!linkPath_.empty()) {
         ::unlink(linkPath_.c_str());
         linkPath_.clear();
@@ -108,11 +118,36 @@ void PtyHost::stop()
 void PtyHost::inject(const std::string& bytes)
 {
     queueOutput(bytes, Clock::now());
+    wake();
 }
 
 void PtyHost::hangUp()
 {
     hangUp_ = true;
+    wake();
+}
+
+void PtyHost::wake()
+{
+    if (wake_[1] >= 0) {
+        const char byte = 1;
+        [[maybe_unused]] const ssize_t n = ::write(wake_[1], &byte, 1); // a full pipe wakes it already
+    }
+}
+
+int PtyHost::waitLimit(bool busy)
+{
+    if (busy)
+        return 1;
+    // Idle, the thread sleeps until input, a wake-up or the next due answer.
+    int limit = unit_->awaitsTime() ? 20 : 1000;
+    const auto now = Clock::now();
+    std::lock_guard lock(outMutex_);
+    for (const Pending& p : pending_) {
+        const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(p.due - now).count();
+        limit = int(std::clamp<long long>(ms + 1, 0, limit));
+    }
+    return limit;
 }
 
 void PtyHost::setLog(std::function<void(const std::string&)> log)
@@ -175,12 +210,16 @@ void PtyHost::serve()
             lastTurn = t;
         }
         const bool mayRead = baud <= 0 || inCredit >= 1;
-        pollfd p {master_, short(mayRead ? POLLIN : 0), 0};
-        const bool busy = !outgoing.empty() || !mayRead;
-        ::poll(&p, 1, busy ? 1 : 20);
+        pollfd fds[2] = {{master_, short(mayRead ? POLLIN : 0), 0}, {wake_[0], POLLIN, 0}};
+        ::poll(fds, 2, waitLimit(!outgoing.empty() || !mayRead));
         const auto now = Clock::now();
+        if (fds[1].revents & POLLIN) {
+            char drain[64];
+            while (::read(wake_[0], drain, sizeof drain) > 0) {
+            }
+        }
 
-        if (p.revents & POLLIN) {
+        if (fds[0].revents & POLLIN) {
             const size_t room = baud > 0 ? std::min(sizeof buf, size_t(inCredit)) : sizeof buf;
             const ssize_t n = ::read(master_, buf, room);
             if (n > 0) {

@@ -51,10 +51,15 @@ public:
 private:
     void serve();
     void queueOutput(std::string bytes, Clock::time_point due);
+    // Ends the serving thread's wait at once.
+    void wake();
+    // How long the serving thread may wait for input, in ms.
+    int waitLimit(bool busy);
 
     std::shared_ptr<EmulatedUnit> unit_ = std::make_shared<EmulatedUnit>();
     int master_ = -1;
     int slaveKeep_ = -1; // keeps the slave open so the panel's open/close cycles do not hang up
+    int wake_[2] = {-1, -1}; // a pipe: a byte ends the serving thread's wait
     std::string linkPath_;
     std::string slavePath_;
     std::thread thread_;
