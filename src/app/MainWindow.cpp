@@ -8,7 +8,7 @@
 #include "panel/SetupController.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
-#include "widgets/WindowPlacement.h"
+#include "windows/WindowPlacement.h"
 
 #include <QAction>
 #include <QIcon>

@@ -5,14 +5,14 @@
 #include "app/SingleInstance.h"
 #include "common/Diagnostics.h"
 #include "common/Program.h"
-#include "control/UnitSession.h"
+#include "session/UnitSession.h"
 #include "cuewindow/CueDocument.h"
 #include "emulator/PtyHost.h"
-#include "pages/UnitOutputWindow.h"
+#include "output/UnitOutputWindow.h"
 #include "panel/OutputController.h"
 #include "panel/UpdateController.h"
 #include "panel/rz48View.h"
-#include "widgets/WindowClose.h"
+#include "windows/WindowClose.h"
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -137,7 +137,7 @@ int main(int argc, char** argv)
     if (parser.isSet(QStringLiteral("version")))
         parser.showVersion();
     if (parser.isSet(list))
-        return rz48::control::printPortListing(parser.value(devDir), parser.value(port)); // 3 when no unit answered
+        return rz48::session::printPortListing(parser.value(devDir), parser.value(port)); // 3 when no unit answered
 
     RZ48AppDelegate delegate;
     QApplication::setQuitOnLastWindowClosed(delegate.applicationShouldTerminateAfterLastWindowClosed());

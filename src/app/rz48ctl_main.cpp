@@ -3,7 +3,7 @@
 #include "common/Diagnostics.h"
 #include "common/FilePanels.h"
 #include "common/Program.h"
-#include "control/SetupTransfer.h"
+#include "session/SetupTransfer.h"
 #include "cuelist/CueSheet.h"
 #include "emulator/PtyHost.h"
 #include "timecode/TcCalculator.h"
@@ -20,7 +20,7 @@
 
 namespace {
 
-using rz48::control::UnitSession;
+using rz48::session::UnitSession;
 
 constexpr const char* kDescription =
     "The RZ-48 from scripts and support calls, without a window. It searches once\n"
@@ -74,10 +74,10 @@ QString now()
 }
 
 // Prints the differences; 1 when there are any.
-int report(const QList<rz48::control::Difference>& differences)
+int report(const QList<rz48::session::Difference>& differences)
 {
-    for (const rz48::control::Difference& d : differences)
-        std::printf("%s\n", qPrintable(rz48::control::describe(d)));
+    for (const rz48::session::Difference& d : differences)
+        std::printf("%s\n", qPrintable(rz48::session::describe(d)));
     return differences.isEmpty() ? 0 : 1;
 }
 
@@ -139,7 +139,7 @@ int run(UnitSession& session, const QString& command, const QStringList& args)
         return code;
     }
     if (command == QLatin1String("save")) {
-        const rz48::control::CapturedSetup captured = rz48::control::captureSetup(session, now());
+        const rz48::session::CapturedSetup captured = rz48::session::captureSetup(session, now());
         if (captured.setup.lines.isEmpty())
             return fail(QStringLiteral("the unit reported no setting: %1 not written").arg(args[0]));
         QString error;
@@ -159,7 +159,7 @@ int run(UnitSession& session, const QString& command, const QStringList& args)
                 session.send(line);
             session.drain();
         }
-        return report(rz48::control::compareSetup(wanted, rz48::control::captureSetup(session, now()).setup));
+        return report(rz48::session::compareSetup(wanted, rz48::session::captureSetup(session, now()).setup));
     }
     if (command == QLatin1String("send-cues"))
         return sendCues(session, args[0]);
@@ -224,7 +224,7 @@ int main(int argc, char** argv)
         directory = simulationDir.path();
     }
     if (command == QLatin1String("ports"))
-        return rz48::control::printPortListing(directory, parser.value(port));
+        return rz48::session::printPortListing(directory, parser.value(port));
 
     UnitSession session;
     QStringList reasons;

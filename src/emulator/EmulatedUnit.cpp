@@ -276,23 +276,11 @@ void EmulatedUnit::setSysExPrefix(bool sysex) { std::lock_guard l(mutex_); sysex
 void EmulatedUnit::setBadPairs(int count) { std::lock_guard l(mutex_); badPairs_ = count; }
 void EmulatedUnit::setVersion(const std::string& version) { std::lock_guard l(mutex_); version_ = version; }
 
-std::vector<std::string> EmulatedUnit::commands() const
-{
-    std::lock_guard lock(mutex_);
-    return commands_;
-}
+std::vector<std::string> EmulatedUnit::commands() const { return locked(commands_); }
 
-std::vector<uint8_t> EmulatedUnit::triggers() const
-{
-    std::lock_guard lock(mutex_);
-    return triggers_;
-}
+std::vector<uint8_t> EmulatedUnit::triggers() const { return locked(triggers_); }
 
-int EmulatedUnit::probeCount() const
-{
-    std::lock_guard lock(mutex_);
-    return probes_;
-}
+int EmulatedUnit::probeCount() const { return locked(probes_); }
 
 std::vector<int64_t> EmulatedUnit::fields(char letter) const
 {
@@ -311,11 +299,7 @@ void EmulatedUnit::setFields(char letter, const std::vector<int64_t>& values)
         it->second.values[i] = values[i];
 }
 
-std::array<uint8_t, EmulatedUnit::kSettingsSize> EmulatedUnit::settingsArea() const
-{
-    std::lock_guard lock(mutex_);
-    return area_;
-}
+std::array<uint8_t, EmulatedUnit::kSettingsSize> EmulatedUnit::settingsArea() const { return locked(area_); }
 
 void EmulatedUnit::setSettingsArea(const std::array<uint8_t, kSettingsSize>& area)
 {

@@ -98,6 +98,13 @@ public:
     bool waitForTriggers(size_t n, std::chrono::milliseconds timeout) const;
 
 private:
+    // A copy of a member, taken under the unit's lock.
+    template <class T>
+    T locked(const T& member) const
+    {
+        std::lock_guard lock(mutex_);
+        return member;
+    }
     std::string receiveUpdateByte(unsigned char byte, Clock::time_point now);
     std::string handleRecord(const std::string& line);
     void addCue(const std::string& fields);

@@ -120,34 +120,14 @@ void EmulatedUnit::powerCycle()
     batch_.clear();
 }
 
-EmulatedUnit::Mode EmulatedUnit::mode() const
-{
-    std::lock_guard lock(mutex_);
-    return mode_;
-}
+EmulatedUnit::Mode EmulatedUnit::mode() const { return locked(mode_); }
 
-std::vector<uint8_t> EmulatedUnit::flash() const
-{
-    std::lock_guard lock(mutex_);
-    return flash_;
-}
+std::vector<uint8_t> EmulatedUnit::flash() const { return locked(flash_); }
 
-int EmulatedUnit::recordsAcknowledged() const
-{
-    std::lock_guard lock(mutex_);
-    return acknowledged_;
-}
+int EmulatedUnit::recordsAcknowledged() const { return locked(acknowledged_); }
 
-std::string EmulatedUnit::downloadText() const
-{
-    std::lock_guard lock(mutex_);
-    return downloadText_;
-}
+std::string EmulatedUnit::downloadText() const { return locked(downloadText_); }
 
-int EmulatedUnit::downloadBatches() const
-{
-    std::lock_guard lock(mutex_);
-    return downloadBatches_;
-}
+int EmulatedUnit::downloadBatches() const { return locked(downloadBatches_); }
 
 } // namespace emu

@@ -2,7 +2,7 @@
 
 #include "common/Diagnostics.h"
 #include "link/UnitLink.h"
-#include "widgets/WindowClose.h"
+#include "windows/WindowClose.h"
 
 CuePage::CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, MakeWorker makeWorker,
                  QWidget* parent)

@@ -3,9 +3,9 @@
 #include "codecs/SetupFile.h"
 #include "emulator/EmulatedUnit.h"
 #include "link/UnitLink.h"
-#include "pages/UnitOutputWindow.h"
+#include "output/UnitOutputWindow.h"
 #include "panel/Tooltips.h"
-#include "widgets/WindowPlacement.h"
+#include "windows/WindowPlacement.h"
 
 OutputController::OutputController(QObject* parent)
     : QObject(parent)

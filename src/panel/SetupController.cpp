@@ -3,7 +3,7 @@
 #include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
-#include "control/SetupTransfer.h"
+#include "session/SetupTransfer.h"
 #include "codecs/ReportScanner.h"
 #include "link/UnitLink.h"
 
@@ -101,8 +101,8 @@ void SetupController::finish()
     for (auto it = latest_.cbegin(); it != latest_.cend(); ++it)
         if (it.value().second > askedAt_)
             reports.insert(it.key(), it.value().first);
-    const rz48::control::CapturedSetup captured =
-        rz48::control::setupFromReports(reports, now(), link_ ? link_->portPath() : QString(),
+    const rz48::session::CapturedSetup captured =
+        rz48::session::setupFromReports(reports, now(), link_ ? link_->portPath() : QString(),
                                        firmware_ ? firmware_() : QString());
     const std::unique_ptr<Done> done = std::move(pending_);
     if (done)
@@ -199,14 +199,14 @@ void SetupController::apply(const rz48::setup::Setup& setup, const QString& name
 
 void SetupController::showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& what)
 {
-    const QList<rz48::control::Difference> differences = rz48::control::compareSetup(wanted, unit);
+    const QList<rz48::session::Difference> differences = rz48::session::compareSetup(wanted, unit);
     if (differences.isEmpty()) {
         rz48::showAlert(tr("No difference between %1.").arg(what), tr("Every setting of the file is the unit's."));
         return;
     }
     QStringList lines;
-    for (const rz48::control::Difference& d : differences.mid(0, kShownDifferences))
-        lines << rz48::control::describe(d);
+    for (const rz48::session::Difference& d : differences.mid(0, kShownDifferences))
+        lines << rz48::session::describe(d);
     if (differences.size() > kShownDifferences)
         lines << tr("... and %1 more").arg(differences.size() - kShownDifferences);
     rz48::showAlert(differences.size() == 1 ? tr("1 setting differs between %1.").arg(what)

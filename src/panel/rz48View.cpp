@@ -12,8 +12,8 @@
 #include "codecs/ReportRouter.h"
 #include "panel/SetupController.h"
 #include "panel/UpdateController.h"
-#include "widgets/WindowClose.h"
-#include "widgets/WindowPlacement.h"
+#include "windows/WindowClose.h"
+#include "windows/WindowPlacement.h"
 
 #include <QCoreApplication>
 #include <QDragEnterEvent>

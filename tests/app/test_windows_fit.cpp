@@ -5,7 +5,7 @@
 #include "app/MainWindow.h"
 #include "app/MessageBoxAlerts.h"
 #include "cuewindow/CueDocument.h"
-#include "pages/UnitOutputWindow.h"
+#include "output/UnitOutputWindow.h"
 #include "panel/OutputController.h"
 #include "panel/rz48View.h"
 #include "support/TestSupport.h"

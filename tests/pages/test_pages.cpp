@@ -4,7 +4,7 @@
 #include "pages/DrawThread.h"
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
-#include "pages/UnitOutputWindow.h"
+#include "output/UnitOutputWindow.h"
 #include "panel/OutputController.h"
 #include "support/PanelFixture.h"
 #include "widgets/ColorWell.h"

@@ -1,4 +1,4 @@
-#include "pages/MtcInput.h"
+#include "output/MtcInput.h"
 
 #include <QSocketNotifier>
 #include <QTimer>

@@ -1,4 +1,4 @@
-#include "pages/OutputPlayer.h"
+#include "output/OutputPlayer.h"
 
 #include "emulator/OutputRenderer.h"
 

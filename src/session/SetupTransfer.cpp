@@ -1,10 +1,10 @@
-#include "control/SetupTransfer.h"
+#include "session/SetupTransfer.h"
 
 #include "codecs/VersionCheck.h"
 
 #include <QMap>
 
-namespace rz48::control {
+namespace rz48::session {
 
 namespace {
 
@@ -71,4 +71,4 @@ QString describe(const Difference& d)
         .arg(d.file.isEmpty() ? QStringLiteral("(none)") : d.file, d.unit.isEmpty() ? QStringLiteral("(no report)") : d.unit);
 }
 
-} // namespace rz48::control
+} // namespace rz48::session

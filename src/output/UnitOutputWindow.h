@@ -5,7 +5,7 @@
 // shows an emulated unit: the built-in one under --simulate, or a shadow
 // that follows every command the panel sends to a real unit, labelled
 // "simulated output". Frames are drawn only while the window is shown.
-#include "pages/OutputPlayer.h"
+#include "output/OutputPlayer.h"
 
 #include <QImage>
 #include <QWidget>

@@ -1,4 +1,4 @@
-#include "widgets/WindowClose.h"
+#include "windows/WindowClose.h"
 
 #include <QEvent>
 

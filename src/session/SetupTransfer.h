@@ -3,14 +3,14 @@
 // setup (its report lines turned into the commands that set them), apply a
 // setup, compare one with the unit, and the cue window's In/Out transfer.
 #include "codecs/SetupFile.h"
-#include "control/UnitSession.h"
+#include "session/UnitSession.h"
 
 #include <QList>
 #include <QMap>
 #include <QString>
 #include <QStringList>
 
-namespace rz48::control {
+namespace rz48::session {
 
 struct CapturedSetup {
     rz48::setup::Setup setup;
@@ -36,4 +36,4 @@ QList<Difference> compareSetup(const rz48::setup::Setup& wanted, const rz48::set
 // "LETTER: file LINE / unit LINE".
 QString describe(const Difference& d);
 
-} // namespace rz48::control
+} // namespace rz48::session

@@ -1,6 +1,6 @@
 // The windowless session rz48ctl runs on, against the emulated unit: every
 // command is answered or said to be unanswered.
-#include "control/UnitSession.h"
+#include "session/UnitSession.h"
 #include "emulator/PtyHost.h"
 
 #include <QTemporaryDir>
@@ -15,7 +15,7 @@ TEST(UnitSession, AnAnswerOrNone)
     emu::PtyHost host;
     std::string error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
-    rz48::control::UnitSession session;
+    rz48::session::UnitSession session;
     QStringList reasons;
     ASSERT_TRUE(session.open(dir.path(), QString(), &reasons)) << reasons.join(u'\n').toStdString();
     EXPECT_EQ(session.exchange(QStringLiteral("A 2")), std::optional<QStringList>(QStringList {QStringLiteral("A 2")}));

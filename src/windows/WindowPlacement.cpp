@@ -1,4 +1,4 @@
-#include "widgets/WindowPlacement.h"
+#include "windows/WindowPlacement.h"
 
 #include <QGuiApplication>
 #include <QScreen>

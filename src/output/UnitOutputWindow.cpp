@@ -1,7 +1,7 @@
-#include "pages/UnitOutputWindow.h"
+#include "output/UnitOutputWindow.h"
 
 #include "emulator/UnitTimecode.h"
-#include "pages/MtcInput.h"
+#include "output/MtcInput.h"
 
 #include <QCheckBox>
 #include <QComboBox>

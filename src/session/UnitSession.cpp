@@ -1,4 +1,4 @@
-#include "control/UnitSession.h"
+#include "session/UnitSession.h"
 
 #include "codecs/ReportScanner.h"
 
@@ -8,7 +8,7 @@
 
 #include <cstdio>
 
-namespace rz48::control {
+namespace rz48::session {
 
 namespace {
 
@@ -108,4 +108,4 @@ int printPortListing(const QString& directory, const QString& port)
     return answering.isEmpty() ? 3 : 0;
 }
 
-} // namespace rz48::control
+} // namespace rz48::session

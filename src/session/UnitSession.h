@@ -10,7 +10,7 @@
 
 #include <optional>
 
-namespace rz48::control {
+namespace rz48::session {
 
 class UnitSession : public QObject {
     Q_OBJECT
@@ -49,4 +49,4 @@ private:
 // 0 when a unit answered, 3 when none did.
 int printPortListing(const QString& directory, const QString& port);
 
-} // namespace rz48::control
+} // namespace rz48::session
