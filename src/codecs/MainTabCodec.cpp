@@ -1,5 +1,7 @@
 #include "codecs/MainTabCodec.h"
 
+#include "codecs/ProtocolLetters.h"
+
 #include <cmath>
 #include <climits>
 
@@ -90,6 +92,73 @@ int trimFromDisplayValue(double shown)
     if (scaled >= double(INT_MAX))
         return INT_MAX;
     return int(scaled);
+}
+
+bool readReport(const QString& line, ReportRouter::Fields& fields, Settings& s)
+{
+    const char letter = line.isEmpty() || line.at(0).unicode() > 0x7F ? '\0' : char(line.at(0).unicode());
+    const protocol::Letter* known = protocol::letterOf(letter);
+    if (!known || known->owner != protocol::Owner::MainTab)
+        return false;
+    // Each field in the base of the letter's reports.
+    struct {
+        ReportRouter::Fields& fields;
+        bool hex;
+        int64_t next() { return hex ? int64_t(fields.hex()) : int64_t(fields.dec()); }
+    } f {fields, known->reportHex};
+    switch (letter) {
+    case 'A':
+        s.rate = rateFromReport(uint32_t(f.next()));
+        return true;
+    case 'G':
+        s.bars = barsFromReport(uint32_t(f.next()));
+        return true;
+    case 'H':
+        for (int& edge : s.masking)
+            edge = int(f.next());
+        return true;
+    case 'J':
+        s.trim = int32_t(f.next());
+        return true;
+    case 'M':
+        s.generator = int32_t(f.next());
+        return true;
+    case 'Q':
+        s.bypass = f.next() != 0;
+        return true;
+    case 'X':
+        s.pop = popFromReport(int32_t(f.next()));
+        return true;
+    case 'Y':
+        s.colorSpace = uint32_t(f.next());
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString commandOf(char letter, const Settings& s)
+{
+    switch (letter) {
+    case 'A':
+        return rateCommand(s.rate);
+    case 'G':
+        return barsCommand(s.bars);
+    case 'H':
+        return maskingCommand(s.masking);
+    case 'J':
+        return trimCommand(s.trim);
+    case 'M':
+        return generatorCommand(s.generator);
+    case 'Q':
+        return bypassCommand(s.bypass);
+    case 'X':
+        return popCommand(s.pop);
+    case 'Y':
+        return colorSpaceCommand(int(s.colorSpace));
+    default:
+        return {};
+    }
 }
 
 } // namespace rz48::maintab
