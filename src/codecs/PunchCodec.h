@@ -25,4 +25,17 @@ struct PunchReport {
 };
 PunchReport readPunchReport(const QString& line);
 
+// The largest radius the page offers; the smallest is 1.
+inline constexpr int kMaxPunchRadius = 540;
+
+// Reads an "E" report into the settings. A missing field leaves its setting
+// as it is. The unit keeps the reciprocal of the radius (8640 / radius), and
+// a size of 0 keeps the radius; the radius is then kept within 1 to 540,
+// while the centre is worked out from the radius before that, in unsigned
+// 32-bit arithmetic as the unit's fields are (a y below the picture comes
+// out huge), then kept inside the picture.
+void readPunchReport(const QString& line, PunchSettings& s);
+// Keeps the centre inside the picture by the radius.
+void keepCentreInside(PunchSettings& s);
+
 } // namespace rz48::codecs
