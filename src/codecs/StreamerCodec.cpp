@@ -2,6 +2,8 @@
 
 #include "common/FieldScanner.h"
 
+#include <algorithm>
+
 namespace rz48::codecs {
 
 QString streamerCommand(const StreamerSettings& s)
@@ -19,14 +21,15 @@ void readStreamerReport(const QString& line, uint32_t& v, StreamerSettings& s)
             scan.scanHex(v);
         return v;
     };
+    const auto level = [](int v) { return std::clamp(v, 0, kMaxStreamerLevel); };
     const uint32_t code = next();
-    s.width = int(next());
+    s.width = std::clamp(int(next()), 0, kMaxStreamerWidth);
     next(); // reserved
     s.duration = next();
     s.delay = next();
-    s.top = int(next());
-    s.bottom = int(255u - next());
-    s.transparency = int(next());
+    s.top = level(int(next()));
+    s.bottom = level(int(255u - next()));
+    s.transparency = level(int(next()));
     s.colors = unpackColors<5>(code);
 }
 
