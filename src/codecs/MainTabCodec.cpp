@@ -11,7 +11,7 @@ QString rateCommand(const Rate& rate)
 {
     const unsigned reference = rate.reference == Auto ? 2 : rate.reference == Pulldown ? 1 : 0;
     const unsigned bits = reference + (rate.endPunch ? 4u : 0u) + (rate.hdmiPriority ? 8u : 0u);
-    return QString::asprintf("A %x", bits);
+    return protocol::commandLine('A', {bits});
 }
 
 Rate rateFromReport(uint32_t bits)
@@ -26,7 +26,7 @@ Rate rateFromReport(uint32_t bits)
 
 QString barsCommand(const BarsGray& value)
 {
-    return QString::asprintf("G %d", (value.bars ? 1 : 0) + (value.gray ? 2 : 0));
+    return protocol::commandLine('G', {(value.bars ? 1 : 0) + (value.gray ? 2 : 0)});
 }
 
 BarsGray barsFromReport(uint32_t bits)
@@ -36,13 +36,12 @@ BarsGray barsFromReport(uint32_t bits)
 
 QString maskingCommand(const Masking& m)
 {
-    return QString::asprintf("H %d %d %d %d %d", m[0], m[1], m[2], m[3], m[4]);
+    return protocol::commandLine('H', {m[0], m[1], m[2], m[3], m[4]});
 }
 
 QString popCommand(const PopEnables& pop)
 {
-    return QString::asprintf("X %d", (pop.streamerAccum ? 1 : 0) + (pop.punch ? 2 : 0)
-                                         + (pop.streamer ? 4 : 0) + (pop.ltc ? 8 : 0));
+    return protocol::commandLine('X', {(pop.streamerAccum ? 1 : 0) + (pop.punch ? 2 : 0) + (pop.streamer ? 4 : 0) + (pop.ltc ? 8 : 0)});
 }
 
 PopEnables popFromReport(int32_t bits)
@@ -52,22 +51,22 @@ PopEnables popFromReport(int32_t bits)
 
 QString generatorCommand(int index)
 {
-    return QString::asprintf("M %d", index);
+    return protocol::commandLine('M', {index});
 }
 
 QString bypassCommand(bool on)
 {
-    return QString::asprintf("Q %d", on ? 1 : 0);
+    return protocol::commandLine('Q', {on ? 1 : 0});
 }
 
 QString trimCommand(int trim)
 {
-    return QString::asprintf("J %d", trim);
+    return protocol::commandLine('J', {trim});
 }
 
 QString colorSpaceCommand(int index)
 {
-    return QString::asprintf("Y %d", index);
+    return protocol::commandLine('Y', {index});
 }
 
 QString hdmiTimingCommand(bool extended)

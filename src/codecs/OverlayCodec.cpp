@@ -2,7 +2,6 @@
 
 #include "codecs/ColorCode.h"
 #include "codecs/ProtocolLetters.h"
-#include "common/FieldScanner.h"
 #include "common/Picture.h"
 
 namespace rz48::overlay {
@@ -23,52 +22,32 @@ int positionY(double bottom, double height)
 
 QString annunciatorCommand(int mode, int text, int box, int x, int y, int size)
 {
-    return QString::asprintf("U %d %d %d %d %d %d", mode, text, box, x, y, size);
+    return protocol::commandLine('U', {mode, text, box, x, y, size});
 }
 
 QString timecodeCommand(int size, bool visible, int x, int y, int pair)
 {
-    return QString::asprintf("m %d %d %d %d", size + (visible ? 128 : 0), x, y, pair);
+    return protocol::commandLine('m', {size + (visible ? 128 : 0), x, y, pair});
 }
 
 QString textParamsCommand(int size, int x, int y, int pair)
 {
-    return QString::asprintf("r %d %d %d %d", size, x, y, pair);
+    return protocol::commandLine('r', {size, x, y, pair});
 }
 
 QString annunciatorColorsCommand(int rehearse, int record, int playback)
 {
-    return QString::asprintf("t %x %x %x", unsigned(rehearse), unsigned(record), unsigned(playback));
+    return protocol::commandLine('t', {rehearse, record, playback});
 }
 
 QString comCommand(bool sony)
 {
-    return QString::asprintf("n %d", sony ? 1 : 0);
+    return protocol::commandLine('n', {sony ? 1 : 0});
 }
 
 QString sampleTextCommand()
 {
     return QStringLiteral("V Text line 1\\nText line 2");
-}
-
-std::vector<int64_t> reportNumbers(const QString& line, int count, bool hex)
-{
-    std::vector<int64_t> numbers;
-    FieldScanner scan(line);
-    while (int(numbers.size()) < count && !scan.atEnd()) {
-        if (hex) {
-            uint32_t v = 0;
-            if (!scan.scanHex(v))
-                break;
-            numbers.push_back(v);
-        } else {
-            int32_t v = 0;
-            if (!scan.scanInt(v))
-                break;
-            numbers.push_back(v);
-        }
-    }
-    return numbers;
 }
 
 void ColorPair::setReported(uint32_t pair)
@@ -86,17 +65,10 @@ void ColorPair::choose(bool textSide, int64_t number)
 
 namespace {
 
-// A report's numbers, as many as its letter has and in its base.
-std::vector<int64_t> numbersOf(const QString& line, char letter)
-{
-    const protocol::Letter& l = protocol::letter(letter);
-    return reportNumbers(line, l.fields, l.reportHex);
-}
-
 // "m" and "r": size (masked), x, y, colour pair; the numbers read.
-std::vector<int64_t> readBox(const QString& line, char letter, int sizeMask, BoxSettings& box, ColorPair& colors)
+std::vector<int64_t> readBox(const QString& line, int sizeMask, BoxSettings& box, ColorPair& colors)
 {
-    std::vector<int64_t> f = numbersOf(line, letter);
+    std::vector<int64_t> f = protocol::reportNumbers(line);
     const size_t n = f.size();
     if (n >= 4)
         colors.setReported(uint32_t(f[3]));
@@ -118,7 +90,7 @@ int inRangeOrZero(int64_t value, int count)
 
 size_t readAnnunciatorReport(const QString& line, OverlaySettings& s)
 {
-    const std::vector<int64_t> f = numbersOf(line, 'U');
+    const std::vector<int64_t> f = protocol::reportNumbers(line);
     const size_t n = f.size();
     if (n >= 6)
         s.annunciator.size = f[5];
@@ -136,7 +108,7 @@ size_t readAnnunciatorReport(const QString& line, OverlaySettings& s)
 
 size_t readTimecodeReport(const QString& line, OverlaySettings& s)
 {
-    const std::vector<int64_t> f = readBox(line, 'm', 7, s.timecode, s.timecodeColors);
+    const std::vector<int64_t> f = readBox(line, 7, s.timecode, s.timecodeColors);
     if (!f.empty())
         s.timecodeVisible = (f[0] & 0x80) != 0;
     return f.size();
@@ -144,12 +116,12 @@ size_t readTimecodeReport(const QString& line, OverlaySettings& s)
 
 size_t readTextReport(const QString& line, OverlaySettings& s)
 {
-    return readBox(line, 'r', 3, s.text, s.textColors).size();
+    return readBox(line, 3, s.text, s.textColors).size();
 }
 
 size_t readAnnunciatorColorsReport(const QString& line, OverlaySettings& s)
 {
-    const std::vector<int64_t> f = numbersOf(line, 't');
+    const std::vector<int64_t> f = protocol::reportNumbers(line);
     for (size_t i = 0; i < f.size(); ++i)
         s.annunciatorColors[i].setReported(uint32_t(f[i]));
     return f.size();
@@ -157,7 +129,7 @@ size_t readAnnunciatorColorsReport(const QString& line, OverlaySettings& s)
 
 size_t readProtocolReport(const QString& line, OverlaySettings& s)
 {
-    const std::vector<int64_t> f = numbersOf(line, 'n');
+    const std::vector<int64_t> f = protocol::reportNumbers(line);
     s.protocol = f.empty() ? -1 : f[0];
     return f.size();
 }

@@ -3,6 +3,8 @@
 // "t" annunciator colours, "n" control protocol, "V" text) and the unit's way
 // of counting positions: x in 8-pixel steps from the left, the top edge in
 // 4-line steps from the top of the picture, both one byte.
+#include "codecs/ProtocolLetters.h"
+
 #include <QString>
 
 #include <array>
@@ -33,9 +35,7 @@ QString comCommand(bool sony);                                                  
 QString sampleTextCommand();
 inline const char* const kClearTextCommand = "V";
 
-// The numbers of a report after its letter: at most `count`, decimal or
-// hexadecimal, up to the first that cannot be read.
-std::vector<int64_t> reportNumbers(const QString& line, int count, bool hex);
+using protocol::reportNumbers;
 
 // A text colour and a box colour as the page sends them: the numbers as
 // reported (kept, also beyond the colour lists) or as the operator chose

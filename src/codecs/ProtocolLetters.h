@@ -2,10 +2,16 @@
 // The letters of the unit's reports, written once: for each letter the panel
 // knows, its numeric fields, the number base of the report and of the
 // command that sets the same, the part of the panel that reads it, and
-// whether a setup file has a line for it. The setup file, the codecs and the
-// report router read their per-letter knowledge from here.
+// whether a setup file has a line for it. The setup file, the codecs (their
+// commands are written and their reports read through commandLine and
+// reportNumbers) and the main tab read their per-letter knowledge from here.
+#include <QString>
+
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <vector>
 
 namespace rz48::protocol {
 
@@ -65,13 +71,24 @@ constexpr const Letter* letterOf(char c)
 
 // The entry of a letter known to be in the table (a compile-time check where
 // the letter is a constant).
-constexpr const Letter& letter(char c)
+constexpr Letter letter(char c)
 {
-    const Letter* l = letterOf(c);
-    if (!l)
-        throw "not a letter of the protocol"; // never reached at run time for the panel's own letters
-    return *l;
+    for (const Letter& l : kLetters)
+        if (l.letter == c)
+            return l;
+    throw "not a letter of the protocol"; // never reached for the panel's own letters
 }
+
+// A command line: the letter, then each field in the base of the letter's
+// commands (hexadecimal as 32 bits unsigned, decimal as 32 bits signed).
+QString commandLine(char letter, std::initializer_list<int64_t> fields);
+QString commandLine(char letter, const std::vector<int64_t>& fields);
+
+// The numbers of a report after its letter: at most `count`, decimal or
+// hexadecimal, up to the first that cannot be read.
+std::vector<int64_t> reportNumbers(const QString& line, int count, bool hex);
+// The same, as many as the report's letter has and in its base.
+std::vector<int64_t> reportNumbers(const QString& line);
 
 namespace detail {
 

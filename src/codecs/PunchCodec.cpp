@@ -1,6 +1,6 @@
 #include "codecs/PunchCodec.h"
 
-#include "common/FieldScanner.h"
+#include "codecs/ProtocolLetters.h"
 #include "common/Picture.h"
 
 #include <algorithm>
@@ -18,21 +18,15 @@ QString punchCommand(const PunchSettings& p)
     const long long x = (wholePart(p.x) - s) / 8;
     const long long y = (wholePart(1080.0 - p.y) - s) / 4;
     const int size = s > 0 ? int(std::min<long long>(8640 / s, 255)) : 255; // the radius is at least 1
-    return QString::asprintf("E %x %x %x %x %x %x %x %x", code, unsigned(uint32_t(x)), unsigned(uint32_t(y)), unsigned(size),
-                             unsigned(p.durationFrames), unsigned(p.repeatSeconds), unsigned(p.repeatCount),
-                             unsigned(p.enables));
+    return protocol::commandLine('E', {code, x, y, size, p.durationFrames, p.repeatSeconds, p.repeatCount, p.enables});
 }
 
 PunchReport readPunchReport(const QString& line)
 {
     PunchReport report;
-    FieldScanner scan(line);
-    for (auto& field : report.fields) {
-        uint32_t v = 0;
-        if (scan.atEnd() || !scan.scanHex(v))
-            break;
-        field = v;
-    }
+    const std::vector<int64_t> f = protocol::reportNumbers(line);
+    for (size_t i = 0; i < f.size() && i < report.fields.size(); ++i)
+        report.fields[i] = uint32_t(f[i]);
     return report;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // The punch command and report ("E").
 #include "codecs/ColorCode.h"
+#include "codecs/ProtocolLetters.h"
 
 #include <optional>
 
@@ -21,7 +22,7 @@ QString punchCommand(const PunchSettings& p);
 
 // The fields of an "E" report as read; absent fields are none.
 struct PunchReport {
-    std::array<std::optional<uint32_t>, 8> fields;
+    std::array<std::optional<uint32_t>, size_t(protocol::letter('E').fields)> fields;
 };
 PunchReport readPunchReport(const QString& line);
 

@@ -38,10 +38,7 @@ std::optional<std::vector<uint32_t>> readFields(const QString& line, int count, 
 
 QString formatCommand(const Format& f, const std::vector<uint32_t>& values)
 {
-    QString line(QLatin1Char(f.letter));
-    for (uint32_t v : values)
-        line += f.commandHex ? QString::asprintf(" %x", v) : QString::asprintf(" %d", int32_t(v));
-    return line;
+    return protocol::commandLine(f.letter, std::vector<int64_t>(values.begin(), values.end()));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "codecs/StreamerCodec.h"
 
+#include "codecs/ProtocolLetters.h"
 #include "common/FieldScanner.h"
 
 #include <algorithm>
@@ -8,9 +9,7 @@ namespace rz48::codecs {
 
 QString streamerCommand(const StreamerSettings& s)
 {
-    return QString::asprintf("C %x %x %x %x %x %x %x %x", packColors(s.colors), unsigned(s.width), 0u,
-                             unsigned(s.duration), unsigned(s.delay), unsigned(s.top), unsigned(255 - s.bottom),
-                             unsigned(s.transparency));
+    return protocol::commandLine('C', {packColors(s.colors), s.width, 0, s.duration, s.delay, s.top, 255 - s.bottom, s.transparency});
 }
 
 void readStreamerReport(const QString& line, uint32_t& v, StreamerSettings& s)
