@@ -14,6 +14,7 @@ QString streamerCommand(const StreamerSettings& s)
 
 void readStreamerReport(const QString& line, uint32_t& v, StreamerSettings& s)
 {
+    static_assert(protocol::letter('C').reportHex && protocol::letter('C').fields == 8, "the fields read below");
     FieldScanner scan(line);
     auto next = [&] {
         if (!scan.atEnd())

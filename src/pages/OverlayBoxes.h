@@ -52,8 +52,8 @@ int fontForSize(OverlayBox box, int64_t size, int current);
 
 // The top-left corner a report's position (x, y in the unit's steps) stands
 // for: y counts the top edge from the picture's top, and the box lands one
-// box lower than that edge. The text lines are measured with the timecode
-// box's height, deliberately: the unit places them so.
+// box lower than that edge. The text lines' y is measured with the timecode
+// box's height, on purpose.
 QPointF reportedPoint(OverlayBox box, int64_t x, int64_t y, const OverlayFonts& fonts);
 
 // Layout editing: true when the point lies within 20 picture pixels of the
