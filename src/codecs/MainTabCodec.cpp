@@ -1,5 +1,7 @@
 #include "codecs/MainTabCodec.h"
 
+#include "codecs/ProtocolLetters.h"
+
 #include <cmath>
 #include <climits>
 
@@ -9,7 +11,7 @@ QString rateCommand(const Rate& rate)
 {
     const unsigned reference = rate.reference == Auto ? 2 : rate.reference == Pulldown ? 1 : 0;
     const unsigned bits = reference + (rate.endPunch ? 4u : 0u) + (rate.hdmiPriority ? 8u : 0u);
-    return QString::asprintf("A %x", bits);
+    return protocol::commandLine('A', {bits});
 }
 
 Rate rateFromReport(uint32_t bits)
@@ -24,7 +26,7 @@ Rate rateFromReport(uint32_t bits)
 
 QString barsCommand(const BarsGray& value)
 {
-    return QString::asprintf("G %d", (value.bars ? 1 : 0) + (value.gray ? 2 : 0));
+    return protocol::commandLine('G', {(value.bars ? 1 : 0) + (value.gray ? 2 : 0)});
 }
 
 BarsGray barsFromReport(uint32_t bits)
@@ -34,13 +36,12 @@ BarsGray barsFromReport(uint32_t bits)
 
 QString maskingCommand(const Masking& m)
 {
-    return QString::asprintf("H %d %d %d %d %d", m[0], m[1], m[2], m[3], m[4]);
+    return protocol::commandLine('H', {m[0], m[1], m[2], m[3], m[4]});
 }
 
 QString popCommand(const PopEnables& pop)
 {
-    return QString::asprintf("X %d", (pop.streamerAccum ? 1 : 0) + (pop.punch ? 2 : 0)
-                                         + (pop.streamer ? 4 : 0) + (pop.ltc ? 8 : 0));
+    return protocol::commandLine('X', {(pop.streamerAccum ? 1 : 0) + (pop.punch ? 2 : 0) + (pop.streamer ? 4 : 0) + (pop.ltc ? 8 : 0)});
 }
 
 PopEnables popFromReport(int32_t bits)
@@ -50,22 +51,22 @@ PopEnables popFromReport(int32_t bits)
 
 QString generatorCommand(int index)
 {
-    return QString::asprintf("M %d", index);
+    return protocol::commandLine('M', {index});
 }
 
 QString bypassCommand(bool on)
 {
-    return QString::asprintf("Q %d", on ? 1 : 0);
+    return protocol::commandLine('Q', {on ? 1 : 0});
 }
 
 QString trimCommand(int trim)
 {
-    return QString::asprintf("J %d", trim);
+    return protocol::commandLine('J', {trim});
 }
 
 QString colorSpaceCommand(int index)
 {
-    return QString::asprintf("Y %d", index);
+    return protocol::commandLine('Y', {index});
 }
 
 QString hdmiTimingCommand(bool extended)
@@ -90,6 +91,73 @@ int trimFromDisplayValue(double shown)
     if (scaled >= double(INT_MAX))
         return INT_MAX;
     return int(scaled);
+}
+
+bool readReport(const QString& line, ReportRouter::Fields& fields, Settings& s)
+{
+    const char letter = line.isEmpty() || line.at(0).unicode() > 0x7F ? '\0' : char(line.at(0).unicode());
+    const protocol::Letter* known = protocol::letterOf(letter);
+    if (!known || known->owner != protocol::Owner::MainTab)
+        return false;
+    // Each field in the base of the letter's reports.
+    struct {
+        ReportRouter::Fields& fields;
+        bool hex;
+        int64_t next() { return hex ? int64_t(fields.hex()) : int64_t(fields.dec()); }
+    } f {fields, known->reportHex};
+    switch (letter) {
+    case 'A':
+        s.rate = rateFromReport(uint32_t(f.next()));
+        return true;
+    case 'G':
+        s.bars = barsFromReport(uint32_t(f.next()));
+        return true;
+    case 'H':
+        for (int& edge : s.masking)
+            edge = int(f.next());
+        return true;
+    case 'J':
+        s.trim = int32_t(f.next());
+        return true;
+    case 'M':
+        s.generator = int32_t(f.next());
+        return true;
+    case 'Q':
+        s.bypass = f.next() != 0;
+        return true;
+    case 'X':
+        s.pop = popFromReport(int32_t(f.next()));
+        return true;
+    case 'Y':
+        s.colorSpace = uint32_t(f.next());
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString commandOf(char letter, const Settings& s)
+{
+    switch (letter) {
+    case 'A':
+        return rateCommand(s.rate);
+    case 'G':
+        return barsCommand(s.bars);
+    case 'H':
+        return maskingCommand(s.masking);
+    case 'J':
+        return trimCommand(s.trim);
+    case 'M':
+        return generatorCommand(s.generator);
+    case 'Q':
+        return bypassCommand(s.bypass);
+    case 'X':
+        return popCommand(s.pop);
+    case 'Y':
+        return colorSpaceCommand(int(s.colorSpace));
+    default:
+        return {};
+    }
 }
 
 } // namespace rz48::maintab

@@ -3,6 +3,8 @@
 // and priority ("A"), bars and grey scale ("G"), masking ("H"), pop and LTC
 // enables ("X"), generator ("M"), bypass ("Q"), delay trim ("J"), input
 // colour space ("Y") and the HDMI timing request ("N").
+#include "codecs/ReportRouter.h"
+
 #include <QString>
 
 #include <array>
@@ -46,6 +48,25 @@ QString trimCommand(int trim);             // "J %d"
 QString colorSpaceCommand(int index);      // "Y %d"
 QString hdmiTimingCommand(bool extended);  // "N 1" / "N 0"
 inline const char* const kStreamerFieldsCommand = "l";
+
+// What the main tab keeps in step with the unit.
+struct Settings {
+    Rate rate;
+    BarsGray bars;
+    Masking masking {};
+    int32_t trim = 0;
+    int32_t generator = 0;    // a number beyond the list shows none
+    bool bypass = false;
+    PopEnables pop;
+    uint32_t colorSpace = 0;  // a number beyond the list shows none
+};
+// Reads a report of one of the main tab's letters ("A", "G", "H", "J", "M",
+// "Q", "X", "Y") into its settings, each field in the base the protocol's
+// letter table gives; a missing field repeats the last one read (`fields`).
+// Returns false for another letter.
+bool readReport(const QString& line, ReportRouter::Fields& fields, Settings& s);
+// The command that sets a letter's settings; none for another letter.
+QString commandOf(char letter, const Settings& s);
 
 // The delay trim is shown divided by 50; typed values are multiplied by 50
 // and truncated toward zero.

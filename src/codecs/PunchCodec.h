@@ -1,6 +1,7 @@
 #pragma once
 // The punch command and report ("E").
 #include "codecs/ColorCode.h"
+#include "codecs/ProtocolLetters.h"
 
 #include <optional>
 
@@ -21,8 +22,21 @@ QString punchCommand(const PunchSettings& p);
 
 // The fields of an "E" report as read; absent fields are none.
 struct PunchReport {
-    std::array<std::optional<uint32_t>, 8> fields;
+    std::array<std::optional<uint32_t>, size_t(protocol::letter('E').fields)> fields;
 };
 PunchReport readPunchReport(const QString& line);
+
+// The largest radius the page offers; the smallest is 1.
+inline constexpr int kMaxPunchRadius = 540;
+
+// Reads an "E" report into the settings. A missing field leaves its setting
+// as it is. The unit keeps the reciprocal of the radius (8640 / radius), and
+// a size of 0 keeps the radius; the radius is then kept within 1 to 540,
+// while the centre is worked out from the radius before that, in unsigned
+// 32-bit arithmetic as the unit's fields are (a y below the picture comes
+// out huge), then kept inside the picture.
+void readPunchReport(const QString& line, PunchSettings& s);
+// Keeps the centre inside the picture by the radius.
+void keepCentreInside(PunchSettings& s);
 
 } // namespace rz48::codecs

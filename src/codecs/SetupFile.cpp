@@ -1,35 +1,19 @@
 #include "codecs/SetupFile.h"
 
+#include "codecs/ProtocolLetters.h"
 #include "common/FieldScanner.h"
 #include "common/FileIo.h"
-
-#include <array>
 
 namespace rz48::setup {
 
 namespace {
 
-struct Format {
-    char letter;
-    int fields;
-    bool reportHex;
-    bool commandHex;
-};
-
-// Each setup letter: its number of fields and the base of each direction.
-constexpr std::array<Format, 15> kFormats {{
-    {'A', 1, true, true},   {'C', 8, true, true},   {'E', 8, true, true},    {'G', 1, true, false},
-    {'H', 5, false, false}, {'J', 1, false, false}, {'M', 1, false, false},  {'Q', 1, false, false},
-    {'U', 6, false, false}, {'X', 1, false, false}, {'Y', 1, true, false},   {'m', 4, false, false},
-    {'n', 1, false, false}, {'r', 4, false, false}, {'t', 3, true, true},
-}};
+using Format = protocol::Letter;
 
 const Format* formatOf(QChar letter)
 {
-    for (const Format& f : kFormats)
-        if (QLatin1Char(f.letter) == letter)
-            return &f;
-    return nullptr;
+    const Format* f = letter.unicode() < 0x80 ? protocol::letterOf(char(letter.unicode())) : nullptr;
+    return f && f->setup ? f : nullptr;
 }
 
 // The fields after the letter, `count` of them in the given base; none when
@@ -54,10 +38,7 @@ std::optional<std::vector<uint32_t>> readFields(const QString& line, int count, 
 
 QString formatCommand(const Format& f, const std::vector<uint32_t>& values)
 {
-    QString line(QLatin1Char(f.letter));
-    for (uint32_t v : values)
-        line += f.commandHex ? QString::asprintf(" %x", v) : QString::asprintf(" %d", int32_t(v));
-    return line;
+    return protocol::commandLine(f.letter, std::vector<int64_t>(values.begin(), values.end()));
 }
 
 } // namespace
@@ -70,8 +51,8 @@ std::optional<QString> commandFromReport(const QString& report)
     std::optional<std::vector<uint32_t>> values = readFields(report.trimmed(), f->fields, f->reportHex, false);
     if (!values)
         return std::nullopt;
-    if (f->letter == 'C')
-        (*values)[2] = 0; // the streamer command's reserved field, as the page sends it
+    if (f->reserved >= 0)
+        (*values)[size_t(f->reserved)] = 0; // as the page sends it
     return formatCommand(*f, *values);
 }
 

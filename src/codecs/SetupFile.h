@@ -5,6 +5,8 @@
 // unit reported for that letter: the report's fields read in the report's
 // number base and written in the command's (a "Y" report is hexadecimal, the
 // "Y" command decimal), positions exactly as reported.
+#include "codecs/ProtocolLetters.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -14,7 +16,7 @@
 namespace rz48::setup {
 
 // The letters of a setup, in the order their lines are written and sent.
-inline constexpr const char* kLetters = "ACEGHJMQUXYmnrt";
+inline constexpr const char* kLetters = protocol::kSetupLetters.data(); // "ACEGHJMQUXYmnrt"
 inline constexpr const char* kExtension = "rz48setup";
 
 // The command that sets what a report line says, or none when the line is

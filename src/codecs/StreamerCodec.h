@@ -15,8 +15,13 @@ struct StreamerSettings {
     int transparency = 0;      // 0 opaque, 255 clear
 };
 QString streamerCommand(const StreamerSettings& s);
+// The page's ranges: the width 0 to 1920 pixels, top, bottom and
+// transparency 0 to 255.
+inline constexpr int kMaxStreamerWidth = 1920;
+inline constexpr int kMaxStreamerLevel = 255;
 // Applies a "C" report: a missing field repeats the last value read, which
-// `scratch` keeps (it starts as the value read last before this line).
+// `scratch` keeps (it starts as the value read last before this line). The
+// width, top, bottom and transparency are kept within the page's ranges.
 void readStreamerReport(const QString& line, uint32_t& scratch, StreamerSettings& s);
 
 } // namespace rz48::codecs

@@ -1,7 +1,6 @@
 #include "pages/AnnunciatorView.h"
 
 #include "codecs/ReportRouter.h"
-#include "codecs/OverlayCodec.h"
 #include "common/Picture.h"
 #include "widgets/FieldStepper.h"
 #include "widgets/RadioMatrix.h"
@@ -9,16 +8,11 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFormLayout>
-#include <QGridLayout>
-#include <QGroupBox>
-#include <QHBoxLayout>
-#include <QLabel>
 #include <QMouseEvent>
-#include <QPushButton>
 
 using namespace rz48::widgets;
 namespace overlay = rz48::overlay;
+using rz48::pages::OverlayBox;
 
 bool AnnunciatorView::skipEcho = false;
 int AnnunciatorView::dragItem = 0;
@@ -28,54 +22,17 @@ namespace {
 enum DragItem { None = 0, Annunciator = 1, Timecode = 2, Text = 3 };
 enum Request { MoveAnnunciator = 1, RedrawOnly = 2, MoveTimecode = 3, MoveText = 4 };
 
-// A colour list keeps the number a report gave it (as a property) until
-// the operator chooses: a number the list does not have selects nothing,
-// and is still what the page sends back.
-constexpr const char* kReported = "reportedNumber";
-constexpr const char* kReportedPair = "reportedPair"; // on the text colour's list: the whole pair field
-
-void selectQuietly(QComboBox* combo, int64_t index)
+// A list shows a reported number it has; one it lacks selects nothing.
+void showNumber(QComboBox* combo, int64_t number)
 {
-    setQuietly(combo, [&](QComboBox* c) { c->setCurrentIndex(index >= 0 && index < c->count() ? int(index) : -1); });
-    combo->setProperty(kReported, qlonglong(index));
-    combo->setProperty(kReportedPair, QVariant());
+    setQuietly(combo, [&](QComboBox* c) { c->setCurrentIndex(number >= 0 && number < c->count() ? int(number) : -1); });
 }
 
-void selectPairQuietly(QComboBox* text, QComboBox* box, uint32_t pair)
+void showCell(RadioMatrix* matrix, int64_t cell)
 {
-    selectQuietly(box, overlay::pairBox(pair));
-    selectQuietly(text, overlay::pairText(pair));
-    text->setProperty(kReportedPair, qlonglong(pair));
-}
-
-// A colour list whose reported number gives way to any change not made by a
-// report (reports change it with its signals blocked), before any handler
-// of the operator's choice runs.
-QComboBox* colourList(const char* name, QWidget* parent)
-{
-    QComboBox* combo = rz48::widgets::colorCombo(name, parent);
-    const auto chosen = [combo] {
-        combo->setProperty(kReported, QVariant());
-        combo->setProperty(kReportedPair, QVariant());
-    };
-    QObject::connect(combo, &QComboBox::currentIndexChanged, combo, chosen);
-    QObject::connect(combo, &QComboBox::activated, combo, chosen);
-    return combo;
-}
-
-int selected(const QComboBox* combo)
-{
-    const QVariant reported = combo->property(kReported);
-    return reported.isValid() ? int(reported.toLongLong()) : std::max(combo->currentIndex(), 0);
-}
-
-// The pair field as reported while neither list was changed since, else text + 16 x box.
-int pairOf(const QComboBox* text, const QComboBox* box)
-{
-    const QVariant pair = text->property(kReportedPair);
-    if (pair.isValid() && text->property(kReported).isValid() && box->property(kReported).isValid())
-        return int(pair.toLongLong());
-    return overlay::colorPair(selected(text), selected(box));
+    matrix->setAllOff();
+    if (cell >= 0 && cell < matrix->cellCount())
+        matrix->setCellOn(int(cell), true);
 }
 
 } // namespace
@@ -86,102 +43,6 @@ AnnunciatorView::AnnunciatorView(QWidget* parent)
               []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawAnnunciatorThread>(); }, parent)
 {
     buildControls();
-}
-
-FieldStepper* AnnunciatorView::sizeField(const char* textName, const char* stepperName, int max,
-                                         void (DrawAnnunciatorThread::*apply)(int), void (AnnunciatorView::*sendIt)())
-{
-    FieldStepper::Rule rule;
-    rule.rewriteAboveMaximum = true;
-    auto* field = new FieldStepper(QLatin1String(textName), QLatin1String(stepperName), 0, max, rule, {}, controls_);
-    connect(field, &FieldStepper::edited, this, [this, field, apply, sendIt] {
-        if (thread())
-            (thread()->*apply)(field->entered());
-        (this->*sendIt)();
-    });
-    return field;
-}
-
-void AnnunciatorView::buildControls()
-{
-    auto* layout = new QVBoxLayout(controls_);
-
-    auto* annunciator = new QGroupBox(tr("Annunciator"), controls_);
-    auto* aForm = new QGridLayout(annunciator);
-    matrixAnnunciator = new RadioMatrix(QStringLiteral("matrixAnnunciator"),
-                                        {tr("Off"), tr("Rehearse"), tr("Record"), tr("Playback")}, Qt::Horizontal);
-    aForm->addWidget(matrixAnnunciator, 0, 0, 1, 3);
-    comboBoxAnnunciatorForeground = colourList("comboBoxAnnunciatorForeground", controls_);
-    comboBoxAnnunciatorBackground = colourList("comboBoxAnnunciatorBackground", controls_);
-    comboBoxAnnunciatorForegroundRecord = colourList("comboBoxAnnunciatorForegroundRecord", controls_);
-    comboBoxAnnunciatorBackgroundRecord = colourList("comboBoxAnnunciatorBackgroundRecord", controls_);
-    comboBoxAnnunciatorForegroundPlayback = colourList("comboBoxAnnunciatorForegroundPlayback", controls_);
-    comboBoxAnnunciatorBackgroundPlayback = colourList("comboBoxAnnunciatorBackgroundPlayback", controls_);
-    const QStringList modes {tr("Rehearse"), tr("Record"), tr("Playback")};
-    QComboBox* pairs[3][2] = {{comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground},
-                              {comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord},
-                              {comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback}};
-    for (int i = 0; i < 3; ++i) {
-        aForm->addWidget(new QLabel(modes[i], controls_), i + 1, 0);
-        aForm->addWidget(pairs[i][0], i + 1, 1);
-        aForm->addWidget(pairs[i][1], i + 1, 2);
-        for (QComboBox* combo : pairs[i])
-            connect(combo, &QComboBox::activated, this, &AnnunciatorView::sendAnnunciatorColors);
-    }
-    aForm->addWidget(new QLabel(tr("Size"), controls_), 4, 0);
-    annunciatorSize_ = sizeField("textAnnunciatorSize", "stepperAnnunciatorSize", 2, &DrawAnnunciatorThread::setAnnunciatorSize,
-                                 &AnnunciatorView::sendAnnunciator);
-    aForm->addWidget(annunciatorSize_, 4, 1, 1, 2);
-    layout->addWidget(annunciator);
-
-    auto* timecode = new QGroupBox(tr("Timecode window"), controls_);
-    auto* tForm = new QGridLayout(timecode);
-    checkBoxTcVisible = checkBox(QStringLiteral("checkBoxTcVisible"), tr("Visible"), controls_);
-    comboBoxTcForeground = colourList("comboBoxTcForeground", controls_);
-    comboBoxTcBackground = colourList("comboBoxTcBackground", controls_);
-    tForm->addWidget(checkBoxTcVisible, 0, 0);
-    tForm->addWidget(comboBoxTcForeground, 0, 1);
-    tForm->addWidget(comboBoxTcBackground, 0, 2);
-    tForm->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
-    tcSize_ = sizeField("textTcSize", "stepperTcSize", 4, &DrawAnnunciatorThread::setTcSize, &AnnunciatorView::sendTc);
-    tForm->addWidget(tcSize_, 1, 1, 1, 2);
-    layout->addWidget(timecode);
-
-    auto* text = new QGroupBox(tr("Text lines"), controls_);
-    auto* xForm = new QGridLayout(text);
-    comboBoxTextForeground = colourList("comboBoxTextForeground", controls_);
-    comboBoxTextBackground = colourList("comboBoxTextBackground", controls_);
-    showSampleText = button(QStringLiteral("showSampleText"), tr("Show sample"), controls_);
-    clearSampleText = button(QStringLiteral("clearSampleText"), tr("Clear"), controls_);
-    xForm->addWidget(new QLabel(tr("Colours"), controls_), 0, 0);
-    xForm->addWidget(comboBoxTextForeground, 0, 1);
-    xForm->addWidget(comboBoxTextBackground, 0, 2);
-    xForm->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
-    textSize_ = sizeField("textTextSize", "stepperTextSize", 3, &DrawAnnunciatorThread::setTextSize, &AnnunciatorView::sendTextParams);
-    xForm->addWidget(textSize_, 1, 1, 1, 2);
-    xForm->addWidget(showSampleText, 2, 1);
-    xForm->addWidget(clearSampleText, 2, 2);
-    layout->addWidget(text);
-
-    auto* protocol = new QGroupBox(tr("Control protocol"), controls_);
-    auto* pLayout = new QHBoxLayout(protocol);
-    matrixCom = new RadioMatrix(QStringLiteral("matrixCom"), {tr("MIDI"), tr("Sony")}, Qt::Horizontal);
-    pLayout->addWidget(matrixCom);
-    layout->addWidget(protocol);
-    layout->addStretch(1);
-
-    connect(matrixAnnunciator, &RadioMatrix::cellClicked, this, &AnnunciatorView::annunciatorMode);
-    connect(matrixCom, &RadioMatrix::cellClicked, this, [this](int cell) {
-        if (cell == 0) onradioButtonMidi();
-        else onradioButtonSony();
-    });
-    connect(comboBoxTcForeground, &QComboBox::activated, this, &AnnunciatorView::sendTc);
-    connect(comboBoxTcBackground, &QComboBox::activated, this, &AnnunciatorView::sendTc);
-    connect(checkBoxTcVisible, &QCheckBox::toggled, this, &AnnunciatorView::sendTc);
-    connect(comboBoxTextForeground, &QComboBox::activated, this, &AnnunciatorView::sendTextParams);
-    connect(comboBoxTextBackground, &QComboBox::activated, this, &AnnunciatorView::sendTextParams);
-    connect(showSampleText, &QPushButton::clicked, this, &AnnunciatorView::onShowSampleText);
-    connect(clearSampleText, &QPushButton::clicked, this, &AnnunciatorView::onClearSampleText);
 }
 
 void AnnunciatorView::registerReports(ReportRouter& router)
@@ -200,56 +61,51 @@ void AnnunciatorView::reset()
     dragItem = None;
 }
 
-void AnnunciatorView::updatePicture()
+OverlayPicture AnnunciatorView::picture() const
 {
-    thread()->setPicture({annunciatorPoint, tcPoint, textPoint});
+    OverlayPicture picture;
+    picture.annunciatorPoint = annunciatorPoint;
+    picture.tcPoint = tcPoint;
+    picture.textPoint = textPoint;
+    picture.fonts = fonts_;
+    return picture;
 }
 
-QRectF AnnunciatorView::annunciatorRect() const { return thread() ? thread()->annunciatorRect() : QRectF(); }
-QRectF AnnunciatorView::tcRect() const { return thread() ? thread()->tcRect() : QRectF(); }
-QRectF AnnunciatorView::textRect() const { return thread() ? thread()->textRect() : QRectF(); }
-QSizeF AnnunciatorView::annunciatorRectSize() const { return thread() ? thread()->annunciatorRectSize() : QSizeF(); }
-QSizeF AnnunciatorView::tcRectSize() const { return thread() ? thread()->tcRectSize() : QSizeF(); }
+void AnnunciatorView::updatePicture()
+{
+    const OverlayPicture p = picture();
+    rz48::pages::takePositions(rz48::pages::placeBoxes(p), settings_);
+    thread()->setPicture(p);
+}
 
 // ---------------------------------------------------------------- sending
 
 void AnnunciatorView::sendAnnunciator()
 {
-    const int mode = std::max(matrixAnnunciator->selectedCell(), 0);
-    const QRectF r = annunciatorRect();
-    send(overlay::annunciatorCommand(mode, selected(comboBoxAnnunciatorForeground), selected(comboBoxAnnunciatorBackground),
-                                     overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
-                                     int(annunciatorSize_->value())));
+    send(overlay::annunciatorCommand(settings_));
     skipEcho = true;
 }
 
 void AnnunciatorView::sendTc()
 {
-    const QRectF r = tcRect();
-    send(overlay::timecodeCommand(int(tcSize_->value()), checkBoxTcVisible->isChecked(), overlay::positionX(r.x()),
-                                  overlay::positionY(r.y(), r.height()), pairOf(comboBoxTcForeground, comboBoxTcBackground)));
+    send(overlay::timecodeCommand(settings_));
     skipEcho = true;
 }
 
 void AnnunciatorView::sendTextParams()
 {
-    const QRectF r = textRect();
-    send(overlay::textParamsCommand(int(textSize_->value()), overlay::positionX(r.x()), overlay::positionY(r.y(), r.height()),
-                                    pairOf(comboBoxTextForeground, comboBoxTextBackground)));
+    send(overlay::textParamsCommand(settings_));
     skipEcho = true;
 }
 
 void AnnunciatorView::sendAnnunciatorColors()
 {
-    send(overlay::annunciatorColorsCommand(
-        pairOf(comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground),
-        pairOf(comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord),
-        pairOf(comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback)));
+    send(overlay::annunciatorColorsCommand(settings_));
 }
 
 void AnnunciatorView::sendCom()
 {
-    send(overlay::comCommand(matrixCom->isCellOn(1)));
+    send(overlay::comCommand(settings_));
 }
 
 // ---------------------------------------------------------------- reports
@@ -262,58 +118,59 @@ bool AnnunciatorView::passesEchoTest()
     return false;
 }
 
+void AnnunciatorView::showPair(const overlay::ColorPair& pair, QComboBox* text, QComboBox* box)
+{
+    showNumber(text, pair.text);
+    showNumber(box, pair.box);
+}
+
+void AnnunciatorView::showAnnunciator()
+{
+    showCell(matrixAnnunciator, settings_.mode);
+    showPair(settings_.annunciatorColors[0], comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground);
+}
+
 void AnnunciatorView::fromString(const QString& line)
 {
     if (!passesEchoTest())
         return;
-    matrixAnnunciator->setAllOff();
-    const std::vector<int64_t> f = overlay::reportNumbers(line, 6, false);
-    const size_t n = f.size();
-    if (n >= 6) {
-        annunciatorSize_->setQuietly(f[5]);
-        if (thread())
-            thread()->setAnnunciatorSize(int(f[5]));
+    const size_t n = overlay::readAnnunciatorReport(line, settings_);
+    const overlay::BoxSettings& box = settings_.annunciator;
+    if (n >= 6) { // the size first: the position is measured in its font
+        annunciatorSize_->setQuietly(box.size);
+        fonts_.annunciator = rz48::pages::fontForSize(Box::Annunciator, box.size, fonts_.annunciator);
     }
+    const QPointF point = rz48::pages::reportedPoint(Box::Annunciator, box.x, box.y, fonts_);
     if (n >= 5)
-        annunciatorPoint.setY(rz48::kPictureHeight - double(f[4]) * 4 - annunciatorRectSize().height());
+        annunciatorPoint.setY(point.y());
     if (n >= 4)
-        annunciatorPoint.setX(double(f[3]) * 8);
-    if (n >= 3)
-        selectQuietly(comboBoxAnnunciatorBackground, f[2]);
-    if (n >= 2)
-        selectQuietly(comboBoxAnnunciatorForeground, f[1]);
-    if (n >= 1 && f[0] >= 0 && f[0] < matrixAnnunciator->cellCount())
-        matrixAnnunciator->setCellOn(int(f[0]), true);
+        annunciatorPoint.setX(point.x());
+    showAnnunciator();
     setDraw(RedrawOnly);
 }
 
-std::optional<int64_t> AnnunciatorView::boxFromString(const QString& line, QPointF& point, QComboBox* fore, QComboBox* back,
-                                                     FieldStepper* size, int sizeMask, void (DrawAnnunciatorThread::*apply)(int))
+void AnnunciatorView::showBox(Box which, size_t n, QPointF& point, FieldStepper* size)
 {
-    const std::vector<int64_t> f = overlay::reportNumbers(line, 4, false);
-    const size_t n = f.size();
-    if (n >= 4)
-        selectPairQuietly(fore, back, uint32_t(f[3]));
-    if (n >= 3) // deliberately the timecode box's height for the text box too
-        point.setY(rz48::kPictureHeight - double(f[2]) * 4 - tcRectSize().height());
+    const overlay::BoxSettings& box = which == Box::Timecode ? settings_.timecode : settings_.text;
+    const QPointF reported = rz48::pages::reportedPoint(which, box.x, box.y, fonts_);
+    if (n >= 3)
+        point.setY(reported.y());
     if (n >= 2)
-        point.setX(double(f[1]) * 8);
-    if (n == 0)
-        return std::nullopt;
-    const int number = int(f[0] & sizeMask);
-    size->setQuietly(number);
-    if (thread())
-        (thread()->*apply)(number);
-    return f[0];
+        point.setX(reported.x());
+    if (n >= 1) { // the size last: the position was measured in the font before it
+        size->setQuietly(box.size);
+        fontOf(which) = rz48::pages::fontForSize(which, box.size, fontOf(which));
+    }
 }
 
 void AnnunciatorView::tcFromString(const QString& line)
 {
     if (!passesEchoTest())
         return;
-    if (const std::optional<int64_t> first = boxFromString(line, tcPoint, comboBoxTcForeground, comboBoxTcBackground, tcSize_,
-                                                           7, &DrawAnnunciatorThread::setTcSize))
-        setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked((*first & 0x80) != 0); });
+    const size_t n = overlay::readTimecodeReport(line, settings_);
+    showBox(Box::Timecode, n, tcPoint, tcSize_);
+    showPair(settings_.timecodeColors, comboBoxTcForeground, comboBoxTcBackground);
+    setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked(settings_.timecodeVisible); });
     setDraw(RedrawOnly);
 }
 
@@ -321,34 +178,32 @@ void AnnunciatorView::textParamsFromString(const QString& line)
 {
     if (!passesEchoTest())
         return;
-    boxFromString(line, textPoint, comboBoxTextForeground, comboBoxTextBackground, textSize_, 3, &DrawAnnunciatorThread::setTextSize);
+    const size_t n = overlay::readTextReport(line, settings_);
+    showBox(Box::Text, n, textPoint, textSize_);
+    showPair(settings_.textColors, comboBoxTextForeground, comboBoxTextBackground);
     setDraw(RedrawOnly);
 }
 
 void AnnunciatorView::annunciatorColorsFromString(const QString& line)
 {
-    const std::vector<int64_t> f = overlay::reportNumbers(line, 3, true);
-    QComboBox* pairs[3][2] = {{comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground},
-                              {comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord},
-                              {comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback}};
-    for (size_t i = f.size(); i-- > 0;)
-        selectPairQuietly(pairs[i][0], pairs[i][1], uint32_t(f[i]));
+    overlay::readAnnunciatorColorsReport(line, settings_);
+    showPair(settings_.annunciatorColors[0], comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground);
+    showPair(settings_.annunciatorColors[1], comboBoxAnnunciatorForegroundRecord, comboBoxAnnunciatorBackgroundRecord);
+    showPair(settings_.annunciatorColors[2], comboBoxAnnunciatorForegroundPlayback, comboBoxAnnunciatorBackgroundPlayback);
 }
 
 void AnnunciatorView::comFromString(const QString& line)
 {
-    matrixCom->setAllOff();
-    const std::vector<int64_t> f = overlay::reportNumbers(line, 1, false);
-    if (!f.empty() && f[0] >= 0 && f[0] < matrixCom->cellCount())
-        matrixCom->setCellOn(int(f[0]), true);
+    overlay::readProtocolReport(line, settings_);
+    showCell(matrixCom, settings_.protocol);
 }
 
 // ---------------------------------------------------------------- handlers
 
 void AnnunciatorView::annunciatorMode(int cell)
 {
-    for (int i = 0; i < matrixAnnunciator->cellCount(); ++i)
-        matrixAnnunciator->setCellOn(i, i == cell);
+    settings_.mode = cell;
+    showCell(matrixAnnunciator, cell);
     sendAnnunciator();
 }
 
@@ -364,50 +219,33 @@ void AnnunciatorView::onClearSampleText()
 
 void AnnunciatorView::onradioButtonMidi()
 {
-    matrixCom->setCellOn(0, true);
-    matrixCom->setCellOn(1, false);
+    settings_.protocol = 0;
+    showCell(matrixCom, 0);
     sendCom();
 }
 
 void AnnunciatorView::onradioButtonSony()
 {
-    matrixCom->setCellOn(0, false);
-    matrixCom->setCellOn(1, true);
+    settings_.protocol = 1;
+    showCell(matrixCom, 1);
     sendCom();
 }
 
 // ---------------------------------------------------------------- layout editing
 
-bool AnnunciatorView::closeToRect(const QPointF& p, const QRectF& r)
-{
-    const double left = r.x() - 20, bottom = r.y() - 20;
-    const double right = left + r.width() + 40, top = bottom + r.height() + 40;
-    return left <= p.x() && p.x() < right && bottom <= p.y() && p.y() < top;
-}
-
-QPointF AnnunciatorView::toPicture(const QPointF& p, const QSizeF& area)
-{
-    return {p.x() * rz48::kPictureWidth / area.width(), p.y() * rz48::kPictureHeight / area.height()};
-}
-
-QPointF AnnunciatorView::centredUnder(const QPointF& mouse, const QSizeF& box)
-{
-    return {mouse.x() - box.width() * 0.5, mouse.y() + box.height() * 0.5};
-}
-
 void AnnunciatorView::placeBox(int item, const QPointF& mouse)
 {
     switch (item) {
     case Annunciator:
-        annunciatorPoint = centredUnder(mouse, annunciatorRect().size());
+        annunciatorPoint = centredUnder(mouse, boxSize(Box::Annunciator, fonts_));
         setDraw(MoveAnnunciator);
         break;
     case Timecode:
-        tcPoint = centredUnder(mouse, tcRect().size());
+        tcPoint = centredUnder(mouse, boxSize(Box::Timecode, fonts_));
         setDraw(MoveTimecode);
         break;
     case Text:
-        textPoint = centredUnder(mouse, textRect().size());
+        textPoint = centredUnder(mouse, boxSize(Box::Text, fonts_));
         setDraw(MoveText);
         break;
     default:
@@ -424,11 +262,12 @@ void AnnunciatorView::mousePressEvent(QMouseEvent* event)
     }
     // Qt's y grows downward; the page's points up.
     const QPointF mouse = toPicture({p.x(), height() - p.y()}, size());
-    if (closeToRect(mouse, annunciatorRect()))
+    const rz48::pages::OverlayBoxes placed = boxes();
+    if (closeToRect(mouse, placed.annunciator))
         dragItem = Annunciator;
-    else if (closeToRect(mouse, textRect()))
+    else if (closeToRect(mouse, placed.text))
         dragItem = Text;
-    else if (closeToRect(mouse, tcRect()))
+    else if (closeToRect(mouse, placed.tc))
         dragItem = Timecode;
     else
         dragItem = None;

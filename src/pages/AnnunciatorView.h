@@ -5,13 +5,13 @@
 // unit through "U", "m", "r", "t", "n" and "V". The view shows the preview its
 // worker draws, and the boxes are placed by dragging them in it; its y axis
 // points up, as the picture's does.
+#include "codecs/OverlayCodec.h"
 #include "pages/CuePage.h"
 #include "pages/DrawAnnunciatorThread.h"
+#include "pages/OverlayBoxes.h"
 
 #include <QPointF>
 #include <QRectF>
-
-#include <optional>
 
 class FieldStepper;
 class QCheckBox;
@@ -56,14 +56,16 @@ public:
     void onradioButtonMidi();
     void onradioButtonSony();
 
-    // Layout editing: true when the point lies within 20 picture pixels of
-    // the rectangle (left, bottom, width, height).
-    static bool closeToRect(const QPointF& point, const QRectF& rect);
-    // A point of a preview area of the given size (y up) in picture pixels.
-    static QPointF toPicture(const QPointF& areaPoint, const QSizeF& area);
-    // The point that puts a box of the given size centred under the mouse.
-    static QPointF centredUnder(const QPointF& mouse, const QSizeF& box);
+    // Layout editing (see OverlayBoxes).
+    static bool closeToRect(const QPointF& point, const QRectF& rect) { return rz48::pages::closeToRect(point, rect); }
+    static QPointF toPicture(const QPointF& areaPoint, const QSizeF& area) { return rz48::pages::toPicture(areaPoint, area); }
+    static QPointF centredUnder(const QPointF& mouse, const QSizeF& box) { return rz48::pages::centredUnder(mouse, box); }
 
+    // The settings as reported or chosen, the boxes' positions those the
+    // preview last placed.
+    const rz48::overlay::OverlaySettings& settings() const { return settings_; }
+
+    // Where the preview shows each box (top-left corners, picture pixels, y up).
     QPointF annunciatorPoint;
     QPointF tcPoint;
     QPointF textPoint;
@@ -82,25 +84,30 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
+    using Box = rz48::pages::OverlayBox;
+    using SendFn = void (AnnunciatorView::*)();
+
     void buildControls();
     void annunciatorMode(int cell);
     // A size field: typed sizes are clamped from above only; a typed or
-    // stepped size goes to the worker, then the overlay's command goes out.
-    FieldStepper* sizeField(const char* textName, const char* stepperName, int max,
-                            void (DrawAnnunciatorThread::*apply)(int), void (AnnunciatorView::*sendIt)());
+    // stepped size sets the box's size and font, then its command goes out.
+    FieldStepper* sizeField(const char* textName, const char* stepperName, int max, Box box, SendFn sendIt);
+    // A colour list for one side of `pair`: the operator's choice writes it.
+    QComboBox* colourList(const char* name, rz48::overlay::ColorPair& pair, bool text, SendFn sendIt);
     // Drops an echo of what the page just sent; true when the line is to be read.
     bool passesEchoTest();
-    // What an "m" or "r" report says of its box: the colour pair, y and x of
-    // `point`, then the size number (the first field, masked); that first
-    // field, when the report has one.
-    std::optional<int64_t> boxFromString(const QString& line, QPointF& point, QComboBox* fore, QComboBox* back,
-                                         FieldStepper* size, int sizeMask, void (DrawAnnunciatorThread::*apply)(int));
+    // An "m" or "r" report's box: its point from the fields it had (x the
+    // second, y the third), then its size and font.
+    void showBox(Box box, size_t fields, QPointF& point, FieldStepper* size);
+    void showPair(const rz48::overlay::ColorPair& pair, QComboBox* text, QComboBox* box);
+    void showAnnunciator();
     void placeBox(int item, const QPointF& mouse);
-    QRectF annunciatorRect() const;
-    QRectF tcRect() const;
-    QRectF textRect() const;
-    QSizeF annunciatorRectSize() const;
-    QSizeF tcRectSize() const;
+    int& fontOf(Box box);
+    OverlayPicture picture() const;
+    rz48::pages::OverlayBoxes boxes() const { return rz48::pages::placeBoxes(picture()); }
+
+    rz48::overlay::OverlaySettings settings_;
+    rz48::pages::OverlayFonts fonts_;
 
     QComboBox* comboBoxAnnunciatorForeground = nullptr;
     QComboBox* comboBoxAnnunciatorBackground = nullptr;

@@ -45,10 +45,13 @@ void MonitorView::buildControls()
 
     // Top and bottom in 255ths of the picture height from its bottom edge;
     // transparency from 0 (opaque) to 255 (clear).
-    sliderStreamerWidth = new ValueSlider(QStringLiteral("sliderStreamerWidth"), 0, 1920, 40, tr("px"), controls_);
-    sliderStreamerTop = new ValueSlider(QStringLiteral("sliderStreamerTop"), 0, 255, 255, tr("/255"), controls_);
-    sliderStreamerBottom = new ValueSlider(QStringLiteral("sliderStreamerBottom"), 0, 255, 0, tr("/255"), controls_);
-    sliderStreamerTransparency = new ValueSlider(QStringLiteral("sliderStreamerTransparency"), 0, 255, 0, tr("/255"), controls_);
+    using rz48::codecs::kMaxStreamerLevel;
+    const rz48::codecs::StreamerSettings& s = settings_;
+    sliderStreamerWidth = new ValueSlider(QStringLiteral("sliderStreamerWidth"), 0, rz48::codecs::kMaxStreamerWidth, s.width, tr("px"), controls_);
+    sliderStreamerTop = new ValueSlider(QStringLiteral("sliderStreamerTop"), 0, kMaxStreamerLevel, s.top, tr("/255"), controls_);
+    sliderStreamerBottom = new ValueSlider(QStringLiteral("sliderStreamerBottom"), 0, kMaxStreamerLevel, s.bottom, tr("/255"), controls_);
+    sliderStreamerTransparency = new ValueSlider(QStringLiteral("sliderStreamerTransparency"), 0, kMaxStreamerLevel, s.transparency, tr("/255"),
+                                                 controls_);
     form->addRow(tr("Width"), sliderStreamerWidth->row());
     form->addRow(tr("Top"), sliderStreamerTop->row());
     form->addRow(tr("Bottom"), sliderStreamerBottom->row());
@@ -56,7 +59,7 @@ void MonitorView::buildControls()
 
     duration_ = new FieldStepper(QStringLiteral("textStreamerDuration"), QStringLiteral("stepperStreamerDuration"), 0, rz48::kHexFieldMax,
                                  fiftieths(), tr("s"), controls_);
-    duration_->setQuietly(100);
+    duration_->setQuietly(settings_.duration);
     delay_ = new FieldStepper(QStringLiteral("textStreamerDelay"), QStringLiteral("stepperStreamerDelay"), 0, rz48::kHexFieldMax,
                               fiftieths(), tr("s"), controls_);
     form->addRow(tr("Duration"), duration_);
@@ -80,10 +83,20 @@ void MonitorView::buildControls()
     colours->addWidget(accum, 5, 1);
     form->addRow(tr("Colours"), coloursBox);
 
-    for (QSlider* s : {sliderStreamerWidth, sliderStreamerTop, sliderStreamerBottom, sliderStreamerTransparency})
-        connect(s, &QSlider::valueChanged, this, [this] { setDraw(1); });
-    for (FieldStepper* f : {duration_, delay_})
-        connect(f, &FieldStepper::edited, this, [this] { setDraw(1); });
+    using S = rz48::codecs::StreamerSettings;
+    const std::pair<QSlider*, int S::*> sliders[] = {{sliderStreamerWidth, &S::width}, {sliderStreamerTop, &S::top},
+                                                     {sliderStreamerBottom, &S::bottom},
+                                                     {sliderStreamerTransparency, &S::transparency}};
+    for (const auto& [slider, setting] : sliders)
+        connect(slider, &QSlider::valueChanged, this, [this, setting](int value) {
+            settings_.*setting = value;
+            setDraw(1);
+        });
+    for (const auto& [field, setting] : {std::pair {duration_, &S::duration}, std::pair {delay_, &S::delay}})
+        connect(field, &FieldStepper::edited, this, [this, field, setting] {
+            settings_.*setting = uint32_t(field->value());
+            setDraw(1);
+        });
     connect(colorWellEndBar, &ColorWell::colorChosen, this, &MonitorView::onColorEndBarChanged);
     connect(accum, &QPushButton::clicked, this, &MonitorView::onButtonAccum);
 }
@@ -110,31 +123,31 @@ void MonitorView::threadNeedsTx()
     streamerTx();
 }
 
-rz48::codecs::StreamerSettings MonitorView::settingsFromControls() const
+void MonitorView::takeWellColors()
 {
-    rz48::codecs::StreamerSettings s;
     for (size_t i = 0; i < 4; ++i)
-        s.colors[i] = rgbOf(colorWellStreamer[i]->color());
-    s.colors[4] = rgbOf(colorWellEndBar->color());
-    s.width = sliderStreamerWidth->value();
-    s.duration = uint32_t(duration_->value());
-    s.delay = uint32_t(delay_->value());
-    s.top = sliderStreamerTop->value();
-    s.bottom = sliderStreamerBottom->value();
-    s.transparency = sliderStreamerTransparency->value();
-    return s;
+        settings_.colors[i] = rgbOf(colorWellStreamer[i]->color());
+    settings_.colors[4] = rgbOf(colorWellEndBar->color());
 }
 
 void MonitorView::streamerTx()
 {
     rz48::diag("streamerTx\n");
-    send(rz48::codecs::streamerCommand(settingsFromControls()));
+    takeWellColors();
+    send(rz48::codecs::streamerCommand(settings_));
 }
 
 void MonitorView::fromString(const QString& line)
 {
-    rz48::codecs::StreamerSettings s; // every field comes from the report
-    rz48::codecs::readStreamerReport(line, reportScratch_, s);
+    rz48::codecs::readStreamerReport(line, reportScratch_, settings_); // every field comes from the report
+    showSettings();
+    setDraw(2);
+    emit durationReported(offset());
+}
+
+void MonitorView::showSettings()
+{
+    const rz48::codecs::StreamerSettings& s = settings_;
     setQuietly(sliderStreamerWidth, [&](QSlider* w) { w->setValue(s.width); });
     setQuietly(sliderStreamerTop, [&](QSlider* w) { w->setValue(s.top); });
     setQuietly(sliderStreamerBottom, [&](QSlider* w) { w->setValue(s.bottom); });
@@ -147,8 +160,6 @@ void MonitorView::fromString(const QString& line)
     for (size_t i = 0; i < 4; ++i)
         colorWellStreamer[i]->setColor(colorOf(s.colors[i]));
     colorWellEndBar->setColor(colorOf(s.colors[4]));
-    setDraw(2);
-    emit durationReported(offset());
 }
 
 double MonitorView::offset() const
@@ -158,16 +169,17 @@ double MonitorView::offset() const
 
 void MonitorView::updatePicture()
 {
-    const rz48::codecs::StreamerSettings s = settingsFromControls();
+    takeWellColors();
+    const rz48::codecs::StreamerSettings& s = settings_;
     StreamerPicture picture;
     picture.top = s.top * 1080 / 255;
     picture.bottom = s.bottom * 1080 / 255;
     picture.width = s.width;
     picture.backColor = backColor;
     const auto alpha = float((255 - s.transparency) / 255.0);
-    picture.foreColor = colorWellStreamer[0]->color();
+    picture.foreColor = colorOf(s.colors[0]);
     picture.foreColor.setAlphaF(alpha);
-    picture.endBarColor = colorWellEndBar->color();
+    picture.endBarColor = colorOf(s.colors[4]);
     picture.endBarColor.setAlphaF(alpha);
     thread()->setPicture(picture);
 }

@@ -28,6 +28,7 @@ public:
     Q_INVOKABLE void threadNeedsTx();
     void streamerTx();
     DrawStreamerThread* thread() const { return static_cast<DrawStreamerThread*>(worker()); }
+    const rz48::codecs::StreamerSettings& settings() const { return settings_; }
 
     void onColorStreamerChanged(int streamer);
     void onColorEndBarChanged();
@@ -46,8 +47,14 @@ protected:
 
 private:
     void buildControls();
-    rz48::codecs::StreamerSettings settingsFromControls() const;
+    // Shows the settings, every control quietly.
+    void showSettings();
+    // A colour well can be set from code without a word (ColorWell::setColor):
+    // its colour is taken into the settings before they go out or are drawn.
+    void takeWellColors();
 
+    // The page's state: what it sends and draws.
+    rz48::codecs::StreamerSettings settings_;
     uint32_t reportScratch_ = 0; // the last field read from a "C" report
 
     ValueSlider* sliderStreamerWidth = nullptr;

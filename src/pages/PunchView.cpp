@@ -31,7 +31,7 @@ void PunchView::buildControls()
     auto* form = new QFormLayout(controls_);
 
     // The radius stays at least 1, so that 8640 / radius is defined.
-    sliderPunchSize = new ValueSlider(QStringLiteral("sliderPunchSize"), 1, 540, 64, tr("px"), controls_);
+    sliderPunchSize = new ValueSlider(QStringLiteral("sliderPunchSize"), 1, rz48::codecs::kMaxPunchRadius, 64, tr("px"), controls_);
     form->addRow(tr("Radius"), sliderPunchSize->row());
 
     auto* coloursBox = new QWidget(controls_); // a widget, so that the form gives the grid all it needs
@@ -45,8 +45,14 @@ void PunchView::buildControls()
         colours->addWidget(checkBoxRev[size_t(i)], i, 1);
         colours->addWidget(trigger, i, 2);
         connect(trigger, &QPushButton::clicked, this, [this, i] { onButtonPunch(i); });
-        connect(colorWellPunch[size_t(i)], &ColorWell::colorChosen, this, [this, i] { onColorPunchChanged(i); });
-        connect(checkBoxRev[size_t(i)], &QCheckBox::toggled, this, [this, i] { onCheckBoxRev(i); });
+        connect(colorWellPunch[size_t(i)], &ColorWell::colorChosen, this, [this, i](const QColor& c) {
+            settings_.colors[size_t(i)] = rgbOf(c);
+            onColorPunchChanged(i);
+        });
+        connect(checkBoxRev[size_t(i)], &QCheckBox::toggled, this, [this, i](bool on) {
+            settings_.reverse[size_t(i)] = on;
+            onCheckBoxRev(i);
+        });
     }
     form->addRow(tr("Colours"), coloursBox);
 
@@ -64,17 +70,31 @@ void PunchView::buildControls()
     form->addRow(tr("Duration"), durationFrames);
     form->addRow(tr("Repeat every"), repeatSeconds);
     form->addRow(tr("Repeats"), repeatCount);
-    for (FieldStepper* f : {durationFrames, repeatSeconds, repeatCount})
-        connect(f, &FieldStepper::edited, this, &PunchView::punchTx);
+    const std::pair<FieldStepper*, uint32_t rz48::codecs::PunchSettings::*> fields[] = {
+        {durationFrames, &rz48::codecs::PunchSettings::durationFrames},
+        {repeatSeconds, &rz48::codecs::PunchSettings::repeatSeconds},
+        {repeatCount, &rz48::codecs::PunchSettings::repeatCount}};
+    for (const auto& [field, setting] : fields) {
+        connect(field, &FieldStepper::edited, this, [this, field, setting] {
+            settings_.*setting = uint32_t(field->value());
+            punchTx();
+        });
+    }
 
     const char* names[4] = {"checkBoxPunchEnable", "checkBoxBeepsEnable", "checkBoxBlackCueBlack", "checkBoxPictureWhenStopped"};
     const QString titles[4] = {tr("Punch enabled"), tr("Beeps"), tr("Black, cue, black"), tr("Picture when stopped")};
     for (size_t i = 0; i < 4; ++i) {
         enables_[i] = checkBox(QLatin1String(names[i]), titles[i], controls_);
         form->addRow(QString(), enables_[i]);
-        connect(enables_[i], &QCheckBox::toggled, this, &PunchView::punchTx);
+        connect(enables_[i], &QCheckBox::toggled, this, [this, i](bool on) {
+            settings_.enables = (settings_.enables & ~(1 << i)) | (on ? 1 << i : 0);
+            punchTx();
+        });
     }
-    connect(sliderPunchSize, &QSlider::valueChanged, this, [this] { setDraw(1); });
+    connect(sliderPunchSize, &QSlider::valueChanged, this, [this](int radius) {
+        settings_.radius = radius;
+        setDraw(1);
+    });
 }
 
 void PunchView::registerReports(ReportRouter& router)
@@ -84,8 +104,11 @@ void PunchView::registerReports(ReportRouter& router)
 
 void PunchView::reset()
 {
-    setQuietly(sliderPunchSize, [](QSlider* s) { s->setValue(64); });
-    punchPoint_ = {960.0, 540.0};
+    const rz48::codecs::PunchSettings start;
+    settings_.radius = start.radius;
+    settings_.x = start.x;
+    settings_.y = start.y;
+    setQuietly(sliderPunchSize, [&](QSlider* s) { s->setValue(settings_.radius); });
     backColor = Qt::black;
     for (FieldStepper* f : {repeatCount, durationFrames, repeatSeconds})
         f->showStepperQuietly();
@@ -97,78 +120,41 @@ void PunchView::threadNeedsTx()
     trigger(0x78);
 }
 
-rz48::codecs::PunchSettings PunchView::settingsFromControls() const
-{
-    rz48::codecs::PunchSettings p;
-    for (size_t i = 0; i < 4; ++i) {
-        p.colors[i] = rgbOf(colorWellPunch[i]->color());
-        p.reverse[i] = checkBoxRev[i]->checkState() == Qt::Checked;
-        if (enables_[i]->checkState() == Qt::Checked)
-            p.enables += 1 << i;
-    }
-    p.x = punchPoint_.x();
-    p.y = punchPoint_.y();
-    p.radius = sliderPunchSize->value();
-    p.durationFrames = uint32_t(durationFrames->value());
-    p.repeatSeconds = uint32_t(repeatSeconds->value());
-    p.repeatCount = uint32_t(repeatCount->value());
-    return p;
-}
-
 void PunchView::punchTx()
 {
     rz48::diag("punchTx\n");
-    send(rz48::codecs::punchCommand(settingsFromControls()));
+    send(rz48::codecs::punchCommand(settings_));
 }
 
 void PunchView::fromString(const QString& line)
 {
-    const rz48::codecs::PunchReport report = rz48::codecs::readPunchReport(line);
-    const auto& f = report.fields;
-    // Missing fields leave their controls as they are.
-    if (f[4])
-        durationFrames->setQuietly(*f[4]);
-    if (f[5])
-        repeatSeconds->setQuietly(*f[5]);
-    if (f[6])
-        repeatCount->setQuietly(*f[6]);
-    if (f[7]) {
-        for (size_t i = 0; i < 4; ++i)
-            setQuietly(enables_[i], [&](QCheckBox* b) { b->setChecked(*f[7] & (1u << i)); });
-    }
-    // The unit keeps the reciprocal of the radius; a size of 0 keeps the current radius.
-    uint32_t r = uint32_t(sliderPunchSize->value());
-    if (f[3] && *f[3] != 0) {
-        r = 8640u / *f[3];
-        setQuietly(sliderPunchSize, [&](QSlider* s) { s->setValue(int(std::min<uint32_t>(r, 540))); });
-    }
-    // Unsigned 32-bit arithmetic, as the unit's fields are: a Y below the
-    // picture comes out huge and the centre clamp brings it back.
-    if (f[1])
-        punchPoint_.setX(double(uint32_t(r + 8u * *f[1])));
-    if (f[2])
-        punchPoint_.setY(double(uint32_t(1080u - (r + 4u * *f[2]))));
-    if (f[0]) {
-        const uint32_t code = *f[0];
-        for (size_t i = 0; i < 4; ++i)
-            setQuietly(checkBoxRev[i], [&](QCheckBox* b) { b->setChecked(code & (0x1000u << i)); });
-        const auto colors = rz48::codecs::unpackColors<4>(code & 0xFFFu);
-        for (size_t i = 0; i < 4; ++i)
-            colorWellPunch[i]->setColor(colorOf(colors[i]));
-    }
+    rz48::codecs::readPunchReport(line, settings_);
+    showSettings();
     setDraw(2);
+}
+
+void PunchView::showSettings()
+{
+    const rz48::codecs::PunchSettings& s = settings_;
+    durationFrames->setQuietly(s.durationFrames);
+    repeatSeconds->setQuietly(s.repeatSeconds);
+    repeatCount->setQuietly(s.repeatCount);
+    setQuietly(sliderPunchSize, [&](QSlider* w) { w->setValue(s.radius); });
+    for (size_t i = 0; i < 4; ++i) {
+        setQuietly(enables_[i], [&](QCheckBox* b) { b->setChecked(s.enables & (1 << i)); });
+        setQuietly(checkBoxRev[i], [&](QCheckBox* b) { b->setChecked(s.reverse[i]); });
+        colorWellPunch[i]->setColor(colorOf(s.colors[i]));
+    }
 }
 
 void PunchView::updatePicture()
 {
-    // The centre stays inside the picture by the radius.
-    const double r = sliderPunchSize->value();
-    punchPoint_ = {std::clamp(punchPoint_.x(), r, rz48::kPictureWidth - r), std::clamp(punchPoint_.y(), r, rz48::kPictureHeight - r)};
+    rz48::codecs::keepCentreInside(settings_);
     PunchPicture picture;
-    picture.punchPoint = punchPoint_;
-    picture.radius = int(r);
+    picture.punchPoint = punchPoint();
+    picture.radius = settings_.radius;
     picture.backColor = backColor;
-    picture.foreColor = colorWellPunch[0]->color();
+    picture.foreColor = colorOf(settings_.colors[0]);
     thread()->setPicture(picture);
 }
 
@@ -184,7 +170,7 @@ void PunchView::mousePressEvent(QMouseEvent* event)
         PreviewView::mousePressEvent(event);
         return; // only the primary button places the punch
     }
-    punchPoint_ = toPicture(event->position());
+    setPunchPoint(toPicture(event->position()));
     setDraw(1);
     PreviewView::mousePressEvent(event);
 }
@@ -193,7 +179,7 @@ void PunchView::mouseMoveEvent(QMouseEvent* event)
 {
     if (!(event->buttons() & Qt::LeftButton) || !rect().contains(event->position().toPoint()))
         return; // a drag outside the view is ignored
-    punchPoint_ = toPicture(event->position());
+    setPunchPoint(toPicture(event->position()));
     setDraw(1);
     PreviewView::mouseMoveEvent(event);
 }
@@ -209,6 +195,6 @@ void PunchView::onColorPunchChanged(int punch)
 void PunchView::onCheckBoxRev(int punch)
 {
     if (punch == 0)
-        rz48::diag("onCheckBoxRev0: %d\n", checkBoxRev[0]->checkState() == Qt::Checked ? 1 : 0);
+        rz48::diag("onCheckBoxRev0: %d\n", settings_.reverse[0] ? 1 : 0);
     punchTx();
 }

@@ -27,8 +27,13 @@ public:
     void punchTx();
     DrawThread* thread() const { return static_cast<DrawThread*>(worker()); }
 
-    QPointF punchPoint() const { return punchPoint_; }
-    void setPunchPoint(const QPointF& p) { punchPoint_ = p; }
+    QPointF punchPoint() const { return {settings_.x, settings_.y}; }
+    void setPunchPoint(const QPointF& p)
+    {
+        settings_.x = p.x();
+        settings_.y = p.y();
+    }
+    const rz48::codecs::PunchSettings& settings() const { return settings_; }
 
     void onColorPunchChanged(int punch);
     void onButtonPunch(int punch) { trigger(0x78 + punch); }
@@ -46,9 +51,11 @@ private:
     void buildControls();
     // The view point as a picture point (y up).
     QPointF toPicture(const QPointF& viewPoint) const;
-    rz48::codecs::PunchSettings settingsFromControls() const;
+    // Shows the settings, every control quietly.
+    void showSettings();
 
-    QPointF punchPoint_ {960.0, 540.0};
+    // The page's state: what it sends and draws.
+    rz48::codecs::PunchSettings settings_;
 
     ValueSlider* sliderPunchSize = nullptr;
     std::array<ColorWell*, 4> colorWellPunch {};

@@ -1,6 +1,7 @@
 #include "panel/MainTab.h"
 
 #include "codecs/MainTabCodec.h"
+#include "codecs/ProtocolLetters.h"
 #include "codecs/ProtocolTables.h"
 #include "common/Diagnostics.h"
 #include "link/UnitLink.h"
@@ -167,51 +168,62 @@ void MainTab::awakeFromNib()
 
 void MainTab::registerReports(ReportRouter& router)
 {
-    using Fields = ReportRouter::Fields;
-    router.on({'A'}, [this](const QString&, Fields& f) {
-        const maintab::Rate rate = maintab::rateFromReport(f.hex());
-        const QSignalBlocker b1(rateMatrix), b2(priorityMatrix), b3(checkBoxStreamerEndPunch);
-        rateMatrix->setAllOff();
-        rateMatrix->setCellOn(rate.reference, true);
-        priorityMatrix->setCellOn(0, rate.hdmiPriority);
-        priorityMatrix->setCellOn(1, !rate.hdmiPriority);
-        checkBoxStreamerEndPunch->setChecked(rate.endPunch);
-    });
-    router.on({'G'}, [this](const QString&, Fields& f) {
-        const maintab::BarsGray value = maintab::barsFromReport(f.hex());
-        const QSignalBlocker b1(checkBoxBars), b2(checkBoxGrayScale);
-        checkBoxBars->setChecked(value.bars);
-        checkBoxGrayScale->setChecked(value.gray);
-    });
-    router.on({'H'}, [this](const QString&, Fields& f) {
-        for (FieldStepper* edge : masking_)
-            edge->setQuietly(f.dec());
-    });
-    router.on({'J'}, [this](const QString&, Fields& f) { trim_->setQuietly(f.dec()); });
-    router.on({'M'}, [this](const QString&, Fields& f) {
-        const int n = f.dec();
-        setQuietly(comboBoxSdiGenerator, [n](QComboBox* c) { c->setCurrentIndex(n >= 0 && n < c->count() ? n : -1); });
-    });
-    router.on({'Q'}, [this](const QString&, Fields& f) {
-        const bool on = f.dec() != 0;
-        setQuietly(checkBoxBypass, [on](QCheckBox* c) { c->setChecked(on); });
-    });
-    router.on({'X'}, [this](const QString&, Fields& f) { showPopEnables(f.dec()); });
-    router.on({'Y'}, [this](const QString&, Fields& f) {
-        const uint32_t n = f.hex();
-        setQuietly(myColorSpaceComboBox, [n](QComboBox* c) { c->setCurrentIndex(n < uint32_t(c->count()) ? int(n) : -1); });
-    });
+    for (const rz48::protocol::Letter& l : rz48::protocol::kLetters) {
+        if (l.owner == rz48::protocol::Owner::MainTab)
+            router.on({l.letter}, [this](const QString& line, ReportRouter::Fields& f) {
+                if (maintab::readReport(line, f, reported_))
+                    showReport(char(line.at(0).unicode()));
+            });
+    }
 }
 
-void MainTab::showPopEnables(int32_t bits)
+void MainTab::showReport(char letter)
 {
-    const maintab::PopEnables pop = maintab::popFromReport(bits);
-    const QSignalBlocker b1(checkBoxPopStreamerAccum), b2(checkBoxPopPunch), b3(checkBoxPopStreamer), b4(popMatrix);
-    checkBoxPopStreamerAccum->setChecked(pop.streamerAccum);
-    checkBoxPopPunch->setChecked(pop.punch);
-    checkBoxPopStreamer->setChecked(pop.streamer);
-    popMatrix->setCellOn(0, !pop.ltc);
-    popMatrix->setCellOn(1, pop.ltc);
+    const maintab::Settings& s = reported_;
+    switch (letter) {
+    case 'A': {
+        const QSignalBlocker b1(rateMatrix), b2(priorityMatrix), b3(checkBoxStreamerEndPunch);
+        rateMatrix->setAllOff();
+        rateMatrix->setCellOn(s.rate.reference, true);
+        priorityMatrix->setCellOn(0, s.rate.hdmiPriority);
+        priorityMatrix->setCellOn(1, !s.rate.hdmiPriority);
+        checkBoxStreamerEndPunch->setChecked(s.rate.endPunch);
+        break;
+    }
+    case 'G': {
+        const QSignalBlocker b1(checkBoxBars), b2(checkBoxGrayScale);
+        checkBoxBars->setChecked(s.bars.bars);
+        checkBoxGrayScale->setChecked(s.bars.gray);
+        break;
+    }
+    case 'H':
+        for (size_t i = 0; i < masking_.size(); ++i)
+            masking_[i]->setQuietly(s.masking[i]);
+        break;
+    case 'J':
+        trim_->setQuietly(s.trim);
+        break;
+    case 'M':
+        setQuietly(comboBoxSdiGenerator, [&](QComboBox* c) { c->setCurrentIndex(s.generator >= 0 && s.generator < c->count() ? s.generator : -1); });
+        break;
+    case 'Q':
+        setQuietly(checkBoxBypass, [&](QCheckBox* c) { c->setChecked(s.bypass); });
+        break;
+    case 'X': {
+        const QSignalBlocker b1(checkBoxPopStreamerAccum), b2(checkBoxPopPunch), b3(checkBoxPopStreamer), b4(popMatrix);
+        checkBoxPopStreamerAccum->setChecked(s.pop.streamerAccum);
+        checkBoxPopPunch->setChecked(s.pop.punch);
+        checkBoxPopStreamer->setChecked(s.pop.streamer);
+        popMatrix->setCellOn(0, !s.pop.ltc);
+        popMatrix->setCellOn(1, s.pop.ltc);
+        break;
+    }
+    case 'Y':
+        setQuietly(myColorSpaceComboBox, [&](QComboBox* c) { c->setCurrentIndex(s.colorSpace < uint32_t(c->count()) ? int(s.colorSpace) : -1); });
+        break;
+    default:
+        break;
+    }
 }
 
 void MainTab::appendConsole(const QString& line)

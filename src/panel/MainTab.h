@@ -4,6 +4,8 @@
 // requests, and the console of everything the unit reports. Owns the "A",
 // "G", "H", "J", "M", "Q", "X" and "Y" reports; every user action sends its
 // command at once.
+#include "codecs/MainTabCodec.h"
+
 #include <QWidget>
 
 #include <array>
@@ -56,7 +58,10 @@ public:
 
 private:
     void send(const QString& command);
-    void showPopEnables(int32_t bits);
+    // Shows what a report of the letter set, its controls quietly.
+    void showReport(char letter);
+
+    rz48::maintab::Settings reported_; // the last reports' values
 
     rz48::link::UnitLink* link_ = nullptr;
     RadioMatrix* rateMatrix = nullptr;

@@ -1,5 +1,6 @@
 #pragma once
 #include "link/MsgClass.h"
+#include "support/QtPrinting.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -9,12 +10,6 @@
 #include <functional>
 #include <ostream>
 #include <vector>
-
-// Test failures print a QString as its text.
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
 
 namespace rz48test {
 
