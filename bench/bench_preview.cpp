@@ -35,7 +35,11 @@ BENCHMARK(BM_PunchFrame)->Unit(benchmark::kMillisecond);
 static void BM_OverlayFrame(benchmark::State& state)
 {
     DrawAnnunciatorThread worker; // three boxes of text and the second line
-    worker.setPicture({{800, 200}, {760, 1000}, {300, 500}});
+    OverlayPicture picture;
+    picture.annunciatorPoint = {800, 200};
+    picture.tcPoint = {760, 1000};
+    picture.textPoint = {300, 500};
+    worker.setPicture(picture);
     for (auto _ : state) {
         QImage image = worker.renderPicture();
         benchmark::DoNotOptimize(image.constBits());
