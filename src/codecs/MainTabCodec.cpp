@@ -93,7 +93,7 @@ int trimFromDisplayValue(double shown)
     return int(scaled);
 }
 
-bool readReport(const QString& line, ReportRouter::Fields& fields, Settings& s)
+bool readReport(const QString& line, ReportFields& fields, Settings& s)
 {
     const char letter = line.isEmpty() || line.at(0).unicode() > 0x7F ? '\0' : char(line.at(0).unicode());
     const protocol::Letter* known = protocol::letterOf(letter);
@@ -101,7 +101,7 @@ bool readReport(const QString& line, ReportRouter::Fields& fields, Settings& s)
         return false;
     // Each field in the base of the letter's reports.
     struct {
-        ReportRouter::Fields& fields;
+        ReportFields& fields;
         bool hex;
         int64_t next() { return hex ? int64_t(fields.hex()) : int64_t(fields.dec()); }
     } f {fields, known->reportHex};

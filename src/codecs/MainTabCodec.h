@@ -3,7 +3,7 @@
 // and priority ("A"), bars and grey scale ("G"), masking ("H"), pop and LTC
 // enables ("X"), generator ("M"), bypass ("Q"), delay trim ("J"), input
 // colour space ("Y") and the HDMI timing request ("N").
-#include "codecs/ReportRouter.h"
+#include "codecs/ReportFields.h"
 
 #include <QString>
 
@@ -64,7 +64,7 @@ struct Settings {
 // "Q", "X", "Y") into its settings, each field in the base the protocol's
 // letter table gives; a missing field repeats the last one read (`fields`).
 // Returns false for another letter.
-bool readReport(const QString& line, ReportRouter::Fields& fields, Settings& s);
+bool readReport(const QString& line, ReportFields& fields, Settings& s);
 // The command that sets a letter's settings; none for another letter.
 QString commandOf(char letter, const Settings& s);
 

@@ -1,6 +1,6 @@
 #include "pages/AnnunciatorView.h"
 
-#include "codecs/ReportRouter.h"
+#include "link/ReportRouter.h"
 #include "common/Picture.h"
 #include "widgets/FieldStepper.h"
 #include "widgets/RadioMatrix.h"

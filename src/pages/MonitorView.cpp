@@ -1,7 +1,7 @@
 #include "pages/MonitorView.h"
 
 #include "codecs/ProtocolTables.h"
-#include "codecs/ReportRouter.h"
+#include "link/ReportRouter.h"
 #include "common/Diagnostics.h"
 #include "common/TextValue.h"
 #include "widgets/ColorWell.h"

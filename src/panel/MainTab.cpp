@@ -6,7 +6,7 @@
 #include "common/Diagnostics.h"
 #include "link/UnitLink.h"
 #include "link/MsgClass.h"
-#include "codecs/ReportRouter.h"
+#include "link/ReportRouter.h"
 #include "widgets/FieldStepper.h"
 #include "widgets/RadioMatrix.h"
 #include "widgets/WidgetFactory.h"

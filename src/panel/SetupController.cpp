@@ -4,7 +4,7 @@
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
 #include "session/SetupTransfer.h"
-#include "codecs/ReportScanner.h"
+#include "link/ReportScanner.h"
 #include "link/UnitLink.h"
 
 #include <QDateTime>

@@ -1,6 +1,6 @@
 #include "panel/UpdateController.h"
 
-#include "codecs/ReportRouter.h"
+#include "link/ReportRouter.h"
 #include "common/Alerts.h"
 #include "link/UnitLink.h"
 

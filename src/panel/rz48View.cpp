@@ -9,7 +9,7 @@
 #include "panel/MainTab.h"
 #include "panel/OutputController.h"
 #include "panel/Tooltips.h"
-#include "codecs/ReportRouter.h"
+#include "link/ReportRouter.h"
 #include "panel/SetupController.h"
 #include "panel/UpdateController.h"
 #include "windows/WindowClose.h"

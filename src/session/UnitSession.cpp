@@ -1,6 +1,6 @@
 #include "session/UnitSession.h"
 
-#include "codecs/ReportScanner.h"
+#include "link/ReportScanner.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -2,7 +2,6 @@
 #include "common/FieldScanner.h"
 #include "common/TextValue.h"
 #include "codecs/MainTabCodec.h"
-#include "codecs/ReportScanner.h"
 #include "codecs/SetupFile.h"
 #include "codecs/VersionCheck.h"
 
@@ -59,15 +58,6 @@ TEST(MainTabCommands, TrimIsShownDividedBy50AndTruncatedBack)
         ASSERT_EQ(trimFromDisplayValue(doubleValue(QString::number(trimDisplayValue(n)))), n) << n;
     EXPECT_EQ(trimFromDisplayValue(1e300), INT_MAX);
     EXPECT_EQ(trimFromDisplayValue(std::nan("")), 0);
-}
-
-TEST(ReportScanner, AcceptsLetterSpaceFields)
-{
-    EXPECT_EQ(acceptReport(QStringLiteral("  A 3 \r\n")), QStringLiteral("A 3"));
-    EXPECT_EQ(acceptReport(QStringLiteral("f")), QStringLiteral("f"));
-    EXPECT_FALSE(acceptReport(QStringLiteral("AB 1")).has_value());
-    EXPECT_FALSE(acceptReport(QString()).has_value());
-    EXPECT_FALSE(acceptReport(QStringLiteral(" \t")).has_value());
 }
 
 TEST(FieldScanner, ReadsFieldsAndStopsAtGarbage)

@@ -1,5 +1,6 @@
 #include "common/Diagnostics.h"
 #include "link/ReceiveDrain.h"
+#include "link/ReportScanner.h"
 
 #include <QStringList>
 
@@ -101,6 +102,15 @@ TEST(ReceiveDrain, AnyByteStreamEndsAndStaysBounded)
     }
     for (const QString& line : d.lines)
         EXPECT_FALSE(line.isEmpty());
+}
+
+TEST(ReportScanner, AcceptsLetterSpaceFields)
+{
+    EXPECT_EQ(rz48::acceptReport(QStringLiteral("  A 3 \r\n")), QStringLiteral("A 3"));
+    EXPECT_EQ(rz48::acceptReport(QStringLiteral("f")), QStringLiteral("f"));
+    EXPECT_FALSE(rz48::acceptReport(QStringLiteral("AB 1")).has_value());
+    EXPECT_FALSE(rz48::acceptReport(QString()).has_value());
+    EXPECT_FALSE(rz48::acceptReport(QStringLiteral(" \t")).has_value());
 }
 
 } // namespace

@@ -1,21 +1,7 @@
-#include "codecs/ReportRouter.h"
+#include "link/ReportRouter.h"
 
-#include "codecs/ReportScanner.h"
+#include "link/ReportScanner.h"
 #include "common/Diagnostics.h"
-
-uint32_t ReportRouter::Fields::hex()
-{
-    if (!scan_.atEnd())
-        scan_.scanHex(router_.hexScratch_);
-    return router_.hexScratch_;
-}
-
-int32_t ReportRouter::Fields::dec()
-{
-    if (!scan_.atEnd())
-        scan_.scanInt(router_.decScratch_);
-    return router_.decScratch_;
-}
 
 void ReportRouter::on(std::initializer_list<char> letters, Handler handler)
 {
@@ -41,7 +27,7 @@ void ReportRouter::route(const QString& raw)
         return;
     }
     if (entry->handler) {
-        Fields fields(line, *this);
+        Fields fields(line, scratch_);
         entry->handler(line, fields);
     }
 }

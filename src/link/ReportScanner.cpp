@@ -1,4 +1,4 @@
-#include "codecs/ReportScanner.h"
+#include "link/ReportScanner.h"
 
 namespace rz48 {
 
