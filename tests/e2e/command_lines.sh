@@ -6,7 +6,9 @@ panel="$1"; cue="$2"; emu="$3"; fw="$4"; ctl="$5"
 fail=0
 run() { env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM "$@" >"$out" 2>"$err"; }
 out=$(mktemp); err=$(mktemp)
-trap 'rm -f "$out" "$err"' EXIT
+# A runtime directory of its own: a panel another test runs is never the one answering here.
+XDG_RUNTIME_DIR=$(mktemp -d); export XDG_RUNTIME_DIR
+trap 'rm -f "$out" "$err"; rm -rf "$XDG_RUNTIME_DIR"' EXIT
 expect() { # status, what it is about, command...
   local want="$1" what="$2"; shift 2
   run "$@"; local got=$?
