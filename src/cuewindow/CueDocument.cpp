@@ -10,6 +10,7 @@
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
 #include "link/UnitLink.h"
+#include "widgets/WidgetFactory.h"
 
 #include <QAction>
 #include <QUndoStack>
@@ -143,8 +144,7 @@ void CueDocument::makeWindowControllers()
 
     auto* options = new QGridLayout;
     auto box = [&](const char* name, const QString& title, int row, int column) {
-        auto* b = new QCheckBox(title, central);
-        b->setObjectName(QLatin1String(name));
+        QCheckBox* b = rz48::widgets::checkBox(QLatin1String(name), title, central);
         options->addWidget(b, row, column);
         connect(b, &QCheckBox::toggled, this, [this] { setModified(true); });
         return b;
@@ -159,9 +159,8 @@ void CueDocument::makeWindowControllers()
     textBoxMidiStart->setObjectName(QStringLiteral("textBoxMidiStart"));
     textBoxMidiStart->setPlaceholderText(QStringLiteral("00:00:00:00"));
     connect(textBoxMidiStart, &QLineEdit::textEdited, this, [this] { setModified(true); });
-    comboBoxMidiTcType = new QComboBox(central);
-    comboBoxMidiTcType->setObjectName(QStringLiteral("comboBoxMidiTcType"));
-    comboBoxMidiTcType->addItems({tr("24 fps"), tr("25 fps"), tr("30 fps drop-frame"), tr("30 fps")});
+    comboBoxMidiTcType = rz48::widgets::comboBox(QStringLiteral("comboBoxMidiTcType"),
+                                                 {tr("24 fps"), tr("25 fps"), tr("30 fps drop-frame"), tr("30 fps")}, central);
     comboBoxMidiTcType->setCurrentIndex(3);
     connect(comboBoxMidiTcType, &QComboBox::activated, this, [this] { setModified(true); });
     options->addWidget(new QLabel(tr("MIDI start"), central), 1, 1);
@@ -170,9 +169,8 @@ void CueDocument::makeWindowControllers()
     layout->addLayout(options);
 
     auto* buttons = new QHBoxLayout;
-    auto button = [&](const char* name, const QString& title, void (CueDocument::*action)()) {
-        auto* b = new QPushButton(title, central);
-        b->setObjectName(QLatin1String(name));
+    auto button = [&](const char* name, const QString& title, auto action) {
+        QPushButton* b = rz48::widgets::button(QLatin1String(name), title, central);
         connect(b, &QPushButton::clicked, this, action);
         buttons->addWidget(b);
     };
@@ -180,10 +178,7 @@ void CueDocument::makeWindowControllers()
     button("buttonRemoveCues", tr("Remove"), &CueDocument::onRemoveCues);
     button("buttonSort", tr("Sort"), &CueDocument::OnSort);
     button("buttonTxInOuts", tr("Send In/Outs"), &CueDocument::onTxInOuts);
-    auto* checkButton = new QPushButton(tr("Check"), central);
-    checkButton->setObjectName(QStringLiteral("buttonCheck"));
-    connect(checkButton, &QPushButton::clicked, this, [this] { onCheck(); });
-    buttons->addWidget(checkButton);
+    button("buttonCheck", tr("Check"), [this] { onCheck(); });
     button("buttonClearText", tr("Clear text"), &CueDocument::onClearText);
     button("buttonExportMidi", tr("Export MIDI..."), &CueDocument::onExportMidi);
     button("buttonImportMidi", tr("Import MIDI..."), &CueDocument::onImportMidi);

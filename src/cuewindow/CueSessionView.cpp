@@ -5,6 +5,7 @@
 
 #include "cuewindow/CueArrayController.h"
 #include "cuewindow/CueFilter.h"
+#include "widgets/WidgetFactory.h"
 #include "cuewindow/CueHistory.h"
 #include "cuewindow/CueTableView.h"
 
@@ -105,14 +106,11 @@ QLayout* CueDocument::makeFilterBar(QWidget* parent)
 {
     auto* bar = new QHBoxLayout;
     bar->addWidget(new QLabel(tr("Show"), parent));
-    comboBoxFilterCharacter = new QComboBox(parent);
-    comboBoxFilterCharacter->setObjectName(QStringLiteral("comboBoxFilterCharacter"));
+    comboBoxFilterCharacter = rz48::widgets::comboBox(QStringLiteral("comboBoxFilterCharacter"), {}, parent);
     comboBoxFilterCharacter->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     comboBoxFilterCharacter->addItem(tr("All characters"), QString());
     bar->addWidget(comboBoxFilterCharacter);
-    comboBoxFilterStatus = new QComboBox(parent);
-    comboBoxFilterStatus->setObjectName(QStringLiteral("comboBoxFilterStatus"));
-    comboBoxFilterStatus->addItem(tr("Any status"));
+    comboBoxFilterStatus = rz48::widgets::comboBox(QStringLiteral("comboBoxFilterStatus"), {tr("Any status")}, parent);
     for (CueStatus s : {CueStatus::Todo, CueStatus::Done, CueStatus::Omit})
         comboBoxFilterStatus->addItem(CueArrayController::statusText(s));
     bar->addWidget(comboBoxFilterStatus);

@@ -2,6 +2,7 @@
 
 #include "emulator/UnitTimecode.h"
 #include "output/MtcInput.h"
+#include "widgets/WidgetFactory.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -82,8 +83,7 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     rows->addLayout(row);
     rows->addLayout(second);
     auto button = [&](const char* name, const QString& text, auto slot) {
-        auto* b = new QPushButton(text, controls_);
-        b->setObjectName(QLatin1String(name));
+        QPushButton* b = rz48::widgets::button(QLatin1String(name), text, controls_);
         connect(b, &QPushButton::clicked, this, slot);
         row->addWidget(b);
         return b;
@@ -108,8 +108,7 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
     row->addWidget(timecode_);
 
     row = second;
-    loop_ = new QCheckBox(tr("Loop"), controls_);
-    loop_->setObjectName(QStringLiteral("checkBoxOutputLoop"));
+    loop_ = rz48::widgets::checkBox(QStringLiteral("checkBoxOutputLoop"), tr("Loop"), controls_);
     row->addWidget(loop_);
     loopFirst_ = timecodeField("textOutputLoopFirst", QStringLiteral("01:00:00:00"), controls_);
     loopEnd_ = timecodeField("textOutputLoopEnd", QStringLiteral("01:00:30:00"), controls_);

@@ -83,34 +83,34 @@ void AnnunciatorView::buildControls()
     aForm->addWidget(annunciatorSize_, 4, 1, 1, 2);
     layout->addWidget(annunciator);
 
-    auto* timecode = new QGroupBox(tr("Timecode window"), controls_);
-    auto* tForm = new QGridLayout(timecode);
+    // A box's group: its first control and colours on a row, its size under them.
+    const auto boxGroup = [this, layout](const QString& title, QWidget* first, QComboBox* fore, QComboBox* back,
+                                         FieldStepper* size) {
+        auto* group = new QGroupBox(title, controls_);
+        auto* form = new QGridLayout(group);
+        form->addWidget(first, 0, 0);
+        form->addWidget(fore, 0, 1);
+        form->addWidget(back, 0, 2);
+        form->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
+        form->addWidget(size, 1, 1, 1, 2);
+        layout->addWidget(group);
+        return form;
+    };
     checkBoxTcVisible = checkBox(QStringLiteral("checkBoxTcVisible"), tr("Visible"), controls_);
     comboBoxTcForeground = colourList("comboBoxTcForeground", settings_.timecodeColors, true, &AnnunciatorView::sendTc);
     comboBoxTcBackground = colourList("comboBoxTcBackground", settings_.timecodeColors, false, &AnnunciatorView::sendTc);
-    tForm->addWidget(checkBoxTcVisible, 0, 0);
-    tForm->addWidget(comboBoxTcForeground, 0, 1);
-    tForm->addWidget(comboBoxTcBackground, 0, 2);
-    tForm->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
     tcSize_ = sizeField("textTcSize", "stepperTcSize", 4, Box::Timecode, &AnnunciatorView::sendTc);
-    tForm->addWidget(tcSize_, 1, 1, 1, 2);
-    layout->addWidget(timecode);
+    boxGroup(tr("Timecode window"), checkBoxTcVisible, comboBoxTcForeground, comboBoxTcBackground, tcSize_);
 
-    auto* text = new QGroupBox(tr("Text lines"), controls_);
-    auto* xForm = new QGridLayout(text);
     comboBoxTextForeground = colourList("comboBoxTextForeground", settings_.textColors, true, &AnnunciatorView::sendTextParams);
     comboBoxTextBackground = colourList("comboBoxTextBackground", settings_.textColors, false, &AnnunciatorView::sendTextParams);
+    textSize_ = sizeField("textTextSize", "stepperTextSize", 3, Box::Text, &AnnunciatorView::sendTextParams);
     showSampleText = button(QStringLiteral("showSampleText"), tr("Show sample"), controls_);
     clearSampleText = button(QStringLiteral("clearSampleText"), tr("Clear"), controls_);
-    xForm->addWidget(new QLabel(tr("Colours"), controls_), 0, 0);
-    xForm->addWidget(comboBoxTextForeground, 0, 1);
-    xForm->addWidget(comboBoxTextBackground, 0, 2);
-    xForm->addWidget(new QLabel(tr("Size"), controls_), 1, 0);
-    textSize_ = sizeField("textTextSize", "stepperTextSize", 3, Box::Text, &AnnunciatorView::sendTextParams);
-    xForm->addWidget(textSize_, 1, 1, 1, 2);
+    QGridLayout* xForm = boxGroup(tr("Text lines"), new QLabel(tr("Colours"), controls_), comboBoxTextForeground,
+                                  comboBoxTextBackground, textSize_);
     xForm->addWidget(showSampleText, 2, 1);
     xForm->addWidget(clearSampleText, 2, 2);
-    layout->addWidget(text);
 
     auto* protocol = new QGroupBox(tr("Control protocol"), controls_);
     auto* pLayout = new QHBoxLayout(protocol);

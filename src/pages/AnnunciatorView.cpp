@@ -40,7 +40,7 @@ void showCell(RadioMatrix* matrix, int64_t cell)
 AnnunciatorView::AnnunciatorView(QWidget* parent)
     : CuePage(QStringLiteral("annunciatorView"), QStringLiteral("overlayControls"),
               "PunchView thread is nil!\n", // the punch page's words, kept
-              []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawAnnunciatorThread>(); }, parent)
+              &make<DrawAnnunciatorThread>, parent)
 {
     buildControls();
 }
@@ -165,22 +165,26 @@ void AnnunciatorView::showBox(Box which, size_t n, QPointF& point, FieldStepper*
 
 void AnnunciatorView::tcFromString(const QString& line)
 {
-    if (!passesEchoTest())
-        return;
-    const size_t n = overlay::readTimecodeReport(line, settings_);
-    showBox(Box::Timecode, n, tcPoint, tcSize_);
-    showPair(settings_.timecodeColors, comboBoxTcForeground, comboBoxTcBackground);
-    setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked(settings_.timecodeVisible); });
-    setDraw(RedrawOnly);
+    if (passesEchoTest())
+        boxReport(Box::Timecode, overlay::readTimecodeReport(line, settings_));
 }
 
 void AnnunciatorView::textParamsFromString(const QString& line)
 {
-    if (!passesEchoTest())
-        return;
-    const size_t n = overlay::readTextReport(line, settings_);
-    showBox(Box::Text, n, textPoint, textSize_);
-    showPair(settings_.textColors, comboBoxTextForeground, comboBoxTextBackground);
+    if (passesEchoTest())
+        boxReport(Box::Text, overlay::readTextReport(line, settings_));
+}
+
+void AnnunciatorView::boxReport(Box which, size_t fields)
+{
+    const bool tc = which == Box::Timecode;
+    showBox(which, fields, tc ? tcPoint : textPoint, tc ? tcSize_ : textSize_);
+    if (tc) {
+        showPair(settings_.timecodeColors, comboBoxTcForeground, comboBoxTcBackground);
+        setQuietly(checkBoxTcVisible, [&](QCheckBox* b) { b->setChecked(settings_.timecodeVisible); });
+    } else {
+        showPair(settings_.textColors, comboBoxTextForeground, comboBoxTextBackground);
+    }
     setDraw(RedrawOnly);
 }
 

@@ -99,6 +99,8 @@ private:
     // An "m" or "r" report's box: its point from the fields it had (x the
     // second, y the third), then its size and font.
     void showBox(Box box, size_t fields, QPointF& point, FieldStepper* size);
+    // Shows what an "m" or "r" report left of its box.
+    void boxReport(Box which, size_t fields);
     void showPair(const rz48::overlay::ColorPair& pair, QComboBox* text, QComboBox* box);
     void showAnnunciator();
     void placeBox(int item, const QPointF& mouse);

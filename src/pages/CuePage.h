@@ -35,6 +35,11 @@ public:
 
 protected:
     using MakeWorker = std::unique_ptr<PreviewWorker> (*)();
+    template <class Worker>
+    static std::unique_ptr<PreviewWorker> make()
+    {
+        return std::make_unique<Worker>();
+    }
     // `nilMessage` is printed when a draw is asked for before the worker
     // exists; `makeWorker` makes the page's worker at start-up.
     CuePage(const QString& objectName, const QString& controlsName, const char* nilMessage, MakeWorker makeWorker,

@@ -34,12 +34,7 @@ FieldStepper::Rule fiftieths()
 
 MonitorView::MonitorView(QWidget* parent)
     : CuePage(QStringLiteral("monitorView"), QStringLiteral("streamerControls"), "MonitorView thread is nil",
-              []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawStreamerThread>(); }, parent)
-{
-    buildControls();
-}
-
-void MonitorView::buildControls()
+              &make<DrawStreamerThread>, parent)
 {
     auto* form = new QFormLayout(controls_);
 

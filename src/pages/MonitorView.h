@@ -46,7 +46,6 @@ protected:
     void updatePicture() override;
 
 private:
-    void buildControls();
     // Shows the settings, every control quietly.
     void showSettings();
     // A colour well can be set from code without a word (ColorWell::setColor):

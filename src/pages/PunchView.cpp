@@ -21,12 +21,7 @@ using namespace rz48::widgets;
 
 PunchView::PunchView(QWidget* parent)
     : CuePage(QStringLiteral("punchView"), QStringLiteral("punchControls"), "PunchView thread is nil!\n",
-              []() -> std::unique_ptr<PreviewWorker> { return std::make_unique<DrawThread>(); }, parent)
-{
-    buildControls();
-}
-
-void PunchView::buildControls()
+              &make<DrawThread>, parent)
 {
     auto* form = new QFormLayout(controls_);
 

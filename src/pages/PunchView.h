@@ -48,7 +48,6 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
 
 private:
-    void buildControls();
     // The view point as a picture point (y up).
     QPointF toPicture(const QPointF& viewPoint) const;
     // Shows the settings, every control quietly.

@@ -19,6 +19,8 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include <tuple>
+
 using namespace rz48::widgets;
 namespace maintab = rz48::maintab;
 
@@ -53,12 +55,11 @@ MainTab::MainTab(QWidget* parent)
     checkBoxBars = checkBox(QStringLiteral("checkBoxBars"), tr("Colour bars"), this);
     checkBoxGrayScale = checkBox(QStringLiteral("checkBoxGrayScale"), tr("Grey scale"), this);
     checkBoxBypass = checkBox(QStringLiteral("checkBoxBypass"), tr("Bypass"), this);
-    comboBoxSdiGenerator = new QComboBox(this);
-    comboBoxSdiGenerator->setObjectName(QStringLiteral("comboBoxSdiGenerator"));
-    myColorSpaceComboBox = new QComboBox(this);
-    myColorSpaceComboBox->setObjectName(QStringLiteral("myColorSpaceComboBox"));
-    myColorSpaceComboBox->addItems({tr("RGB full range"), tr("RGB limited range"), tr("YCbCr 4:4:4 BT.709"),
-                                    tr("YCbCr 4:2:2 BT.709"), tr("YCbCr 4:4:4 BT.601"), tr("YCbCr 4:2:2 BT.601")});
+    comboBoxSdiGenerator = comboBox(QStringLiteral("comboBoxSdiGenerator"), {}, this);
+    myColorSpaceComboBox = comboBox(QStringLiteral("myColorSpaceComboBox"),
+                                    {tr("RGB full range"), tr("RGB limited range"), tr("YCbCr 4:4:4 BT.709"),
+                                     tr("YCbCr 4:2:2 BT.709"), tr("YCbCr 4:4:4 BT.601"), tr("YCbCr 4:2:2 BT.601")},
+                                    this);
     sigLayout->addWidget(checkBoxBars, 0, 0);
     sigLayout->addWidget(checkBoxGrayScale, 0, 1);
     sigLayout->addWidget(checkBoxBypass, 0, 2);
@@ -84,13 +85,14 @@ MainTab::MainTab(QWidget* parent)
     // Pop and LTC, delay trim, one-shot requests.
     auto* pop = new QGroupBox(tr("Pop / LTC"), this);
     auto* popLayout = new QVBoxLayout(pop);
-    checkBoxPopStreamerAccum = checkBox(QStringLiteral("checkBoxPopStreamerAccum"), tr("Pop on accumulated streamer"), this);
-    checkBoxPopStreamer = checkBox(QStringLiteral("checkBoxPopStreamer"), tr("Pop on streamer"), this);
-    checkBoxPopPunch = checkBox(QStringLiteral("checkBoxPopPunch"), tr("Pop on punch"), this);
+    const std::tuple<QCheckBox**, const char*, QString> pops[] = {
+        {&checkBoxPopStreamerAccum, "checkBoxPopStreamerAccum", tr("Pop on accumulated streamer")},
+        {&checkBoxPopStreamer, "checkBoxPopStreamer", tr("Pop on streamer")},
+        {&checkBoxPopPunch, "checkBoxPopPunch", tr("Pop on punch")},
+    };
+    for (const auto& [box, name, title] : pops)
+        popLayout->addWidget(*box = checkBox(QLatin1String(name), title, this));
     popMatrix = new RadioMatrix(QStringLiteral("popMatrix"), {tr("Pop"), tr("LTC")}, Qt::Horizontal);
-    popLayout->addWidget(checkBoxPopStreamerAccum);
-    popLayout->addWidget(checkBoxPopStreamer);
-    popLayout->addWidget(checkBoxPopPunch);
     popLayout->addWidget(popMatrix);
 
     FieldStepper::Rule trimRule;

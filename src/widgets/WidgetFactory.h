@@ -25,6 +25,14 @@ inline QPushButton* button(const QString& name, const QString& title, QWidget* p
     return b;
 }
 
+inline QComboBox* comboBox(const QString& name, const QStringList& items, QWidget* parent)
+{
+    auto* combo = new QComboBox(parent);
+    combo->setObjectName(name);
+    combo->addItems(items);
+    return combo;
+}
+
 // A list of the eight named colours, each with its swatch.
 inline QComboBox* colorCombo(const char* name, QWidget* parent)
 {
