@@ -1,5 +1,8 @@
 #include "common/Diagnostics.h"
 
+#include <algorithm>
+#include <cstdio>
+
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -71,6 +74,17 @@ void DiagCapture::clear()
 {
     std::lock_guard lock(g_mutex);
     g_captured.clear();
+}
+
+std::string hexBytes(std::string_view bytes, const char* itemFormat)
+{
+    std::string text;
+    char item[16];
+    for (char c : bytes) {
+        const int n = std::snprintf(item, sizeof item, itemFormat, unsigned(static_cast<unsigned char>(c)));
+        text.append(item, size_t(std::clamp(n, 0, int(sizeof item) - 1)));
+    }
+    return text;
 }
 
 } // namespace rz48

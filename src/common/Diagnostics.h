@@ -9,6 +9,8 @@ namespace rz48 {
 // printf-style diagnostic to standard output (flushed at once).
 void diag(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 void diagText(std::string_view text);
+// Each byte in `itemFormat` (a printf format of one unsigned), one after another.
+std::string hexBytes(std::string_view bytes, const char* itemFormat = "%02x ");
 // A program whose standard output is its result (a command-line tool) sends
 // the diagnostics to standard error instead.
 void diagnosticsToStandardError();

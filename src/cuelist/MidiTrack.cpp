@@ -125,13 +125,8 @@ void MidiTrack::decodeSysexData(const QByteArray& body)
         return;
     const QByteArray unpacked = decode78(body.mid(2, std::max<qsizetype>(body.size() - 3, 0)));
     std::string text;
-    char item[8];
-    for (qsizetype i = 0; i < unpacked.size(); ++i) {
-        if (i % 16 == 0)
-            text += '\n';
-        std::snprintf(item, sizeof item, "%02x ", unsigned(uint8_t(unpacked.at(i))));
-        text += item;
-    }
+    for (qsizetype at = 0; at < unpacked.size(); at += 16)
+        text += '\n' + rz48::hexBytes(unpacked.mid(at, 16).toStdString());
     text += '\n';
     rz48::diagText(text);
     rz48::diag("midi rx: %s\n", QString::fromLatin1(unpacked).toUtf8().constData());
@@ -200,23 +195,17 @@ void MidiTrack::importListing(const QByteArray& file)
     std::string dump;
     char item[16];
     auto printable = [](uint8_t c) { return c < 33 || c >= 127 ? '.' : char(c); };
-    for (qsizetype i = 0; i < file.size(); ++i) {
-        if (i % 16 == 0) {
-            if (i > 0) {
-                dump += '\t';
-                for (qsizetype k = i - 16; k < i; ++k) {
-                    if ((k - (i - 16)) % 8 == 0)
-                        dump += '\t';
-                    dump += printable(uint8_t(file.at(k)));
-                }
-            }
-            std::snprintf(item, sizeof item, "\n%04x: ", unsigned(i));
-            dump += item;
-        } else if (i % 16 == 8) {
+    for (qsizetype at = 0; at < file.size(); at += 16) {
+        const QByteArray row = file.mid(at, 16);
+        std::snprintf(item, sizeof item, "\n%04x: ", unsigned(at));
+        dump += item + rz48::hexBytes(row.left(8).toStdString());
+        if (row.size() > 8)
+            dump += '\t' + rz48::hexBytes(row.mid(8).toStdString());
+        if (at + 16 < file.size()) { // every line but the last ends with its characters
             dump += '\t';
+            for (qsizetype k = 0; k < row.size(); ++k)
+                dump += (k % 8 == 0 ? "\t" : "") + std::string(1, printable(uint8_t(row.at(k))));
         }
-        std::snprintf(item, sizeof item, "%02x ", unsigned(uint8_t(file.at(i))));
-        dump += item;
     }
     dump += '\n';
     rz48::diagText(dump);

@@ -11,14 +11,7 @@ constexpr char kSysExEnd = char(0xF7);
 
 void printBytes(const QByteArray& bytes, const char* format)
 {
-    std::string line;
-    char item[8];
-    for (char c : bytes) {
-        const int n = std::snprintf(item, sizeof item, format, unsigned(static_cast<unsigned char>(c)));
-        line.append(item, size_t(n));
-    }
-    line.push_back('\n');
-    rz48::diagText(line);
+    rz48::diagText(rz48::hexBytes(std::string_view(bytes.constData(), size_t(bytes.size())), format) + '\n');
 }
 
 bool isTrimmed(QChar c)

@@ -28,13 +28,6 @@ void showNumber(QComboBox* combo, int64_t number)
     setQuietly(combo, [&](QComboBox* c) { c->setCurrentIndex(number >= 0 && number < c->count() ? int(number) : -1); });
 }
 
-void showCell(RadioMatrix* matrix, int64_t cell)
-{
-    matrix->setAllOff();
-    if (cell >= 0 && cell < matrix->cellCount())
-        matrix->setCellOn(int(cell), true);
-}
-
 } // namespace
 
 AnnunciatorView::AnnunciatorView(QWidget* parent)
@@ -126,7 +119,7 @@ void AnnunciatorView::showPair(const overlay::ColorPair& pair, QComboBox* text, 
 
 void AnnunciatorView::showAnnunciator()
 {
-    showCell(matrixAnnunciator, settings_.mode);
+    matrixAnnunciator->selectOnly(settings_.mode);
     showPair(settings_.annunciatorColors[0], comboBoxAnnunciatorForeground, comboBoxAnnunciatorBackground);
 }
 
@@ -199,7 +192,7 @@ void AnnunciatorView::annunciatorColorsFromString(const QString& line)
 void AnnunciatorView::comFromString(const QString& line)
 {
     overlay::readProtocolReport(line, settings_);
-    showCell(matrixCom, settings_.protocol);
+    matrixCom->selectOnly(settings_.protocol);
 }
 
 // ---------------------------------------------------------------- handlers
@@ -207,7 +200,7 @@ void AnnunciatorView::comFromString(const QString& line)
 void AnnunciatorView::annunciatorMode(int cell)
 {
     settings_.mode = cell;
-    showCell(matrixAnnunciator, cell);
+    matrixAnnunciator->selectOnly(cell);
     sendAnnunciator();
 }
 
@@ -224,14 +217,14 @@ void AnnunciatorView::onClearSampleText()
 void AnnunciatorView::onradioButtonMidi()
 {
     settings_.protocol = 0;
-    showCell(matrixCom, 0);
+    matrixCom->selectOnly(0);
     sendCom();
 }
 
 void AnnunciatorView::onradioButtonSony()
 {
     settings_.protocol = 1;
-    showCell(matrixCom, 1);
+    matrixCom->selectOnly(1);
     sendCom();
 }
 

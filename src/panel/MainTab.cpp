@@ -185,8 +185,7 @@ void MainTab::showReport(char letter)
     switch (letter) {
     case 'A': {
         const QSignalBlocker b1(rateMatrix), b2(priorityMatrix), b3(checkBoxStreamerEndPunch);
-        rateMatrix->setAllOff();
-        rateMatrix->setCellOn(s.rate.reference, true);
+        rateMatrix->selectOnly(s.rate.reference);
         priorityMatrix->setCellOn(0, s.rate.hdmiPriority);
         priorityMatrix->setCellOn(1, !s.rate.hdmiPriority);
         checkBoxStreamerEndPunch->setChecked(s.rate.endPunch);
@@ -252,23 +251,13 @@ void MainTab::sendRate()
     send(maintab::rateCommand(rate));
 }
 
-// The cells of a matrix work as radio buttons: the others go off.
-static void onlyCell(RadioMatrix* matrix, int cell)
-{
-    for (int i = 0; i < matrix->cellCount(); ++i)
-        if (i != cell)
-            matrix->setCellOn(i, false);
-}
-
 void MainTab::onRadioButtonRef(int cell)
 {
-    onlyCell(rateMatrix, cell);
     sendRate();
 }
 
 void MainTab::onRadioButtonPriority(int cell)
 {
-    onlyCell(priorityMatrix, cell);
     sendRate();
 }
 
@@ -307,7 +296,6 @@ void MainTab::onCheckBoxPopStreamer()
 
 void MainTab::onRadioPop(int cell)
 {
-    onlyCell(popMatrix, cell);
     send(maintab::popCommand({checkBoxPopStreamerAccum->isChecked(), checkBoxPopPunch->isChecked(),
                               checkBoxPopStreamer->isChecked(), cell == 1}));
 }

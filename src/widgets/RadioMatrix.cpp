@@ -1,12 +1,14 @@
 #include "widgets/RadioMatrix.h"
 
 #include <QBoxLayout>
+#include <QButtonGroup>
 #include <QRadioButton>
 #include <QSignalBlocker>
 
 RadioMatrix::RadioMatrix(const QString& objectName, const QStringList& titles, Qt::Orientation orientation,
                          QWidget* parent)
     : QWidget(parent)
+    , group_(new QButtonGroup(this))
 {
     setObjectName(objectName);
     auto* layout = new QBoxLayout(orientation == Qt::Horizontal ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom, this);
@@ -14,15 +16,12 @@ RadioMatrix::RadioMatrix(const QString& objectName, const QStringList& titles, Q
     for (int i = 0; i < titles.size(); ++i) {
         auto* cell = new QRadioButton(titles[i], this);
         cell->setObjectName(QStringLiteral("%1Cell%2").arg(objectName).arg(i));
-        cell->setAutoExclusive(false);
+        group_->addButton(cell, i);
         layout->addWidget(cell);
         cells_ << cell;
-        connect(cell, &QRadioButton::clicked, this, [this, i] {
-            // A click on a cell that is on leaves it on, as radio cells do.
-            setCellOn(i, true);
-            emit cellClicked(i);
-        });
     }
+    // A click on a cell that is on leaves it on, as radio cells do.
+    connect(group_, &QButtonGroup::idClicked, this, &RadioMatrix::cellClicked);
     layout->addStretch(1);
 }
 
@@ -34,10 +33,24 @@ bool RadioMatrix::isCellOn(int index) const
 
 void RadioMatrix::setCellOn(int index, bool on)
 {
-    if (QRadioButton* c = cell(index)) {
-        const QSignalBlocker block(c);
-        c->setChecked(on);
+    QRadioButton* c = cell(index);
+    if (!c)
+        return;
+    const QSignalBlocker block(c);
+    if (on) {
+        c->setChecked(true); // the group turns the others off
+        return;
     }
+    group_->setExclusive(false); // an exclusive group keeps its one cell on
+    c->setChecked(false);
+    group_->setExclusive(true);
+}
+
+void RadioMatrix::selectOnly(int64_t index)
+{
+    setAllOff();
+    if (index >= 0 && index < cellCount())
+        setCellOn(int(index), true);
 }
 
 void RadioMatrix::setAllOff()

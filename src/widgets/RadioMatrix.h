@@ -1,10 +1,12 @@
 #pragma once
-// A row or column of radio cells. Cells are not exclusive by themselves: the
-// owner turns the other cells off by hand. A click turns the clicked cell on
-// and reports it; setting cells from code reports nothing.
+// A row or column of radio cells, one on at a time or none (as a report that
+// names no cell leaves them). A click turns the clicked cell on and reports
+// it; setting cells from code reports nothing.
 #include <QList>
+#include <cstdint>
 #include <QWidget>
 
+class QButtonGroup;
 class QRadioButton;
 
 class RadioMatrix : public QWidget {
@@ -18,6 +20,8 @@ public:
     bool isCellOn(int index) const;
     void setCellOn(int index, bool on);
     void setAllOff();
+    // `index` on and every other cell off; all off when there is no such cell.
+    void selectOnly(int64_t index);
     // Index of the first cell that is on, -1 when none is.
     int selectedCell() const;
 
@@ -26,4 +30,5 @@ signals:
 
 private:
     QList<QRadioButton*> cells_;
+    QButtonGroup* group_;
 };

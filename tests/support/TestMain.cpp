@@ -4,7 +4,13 @@
 #include "emulator/PtyHost.h"
 #include "link/ComThread.h"
 
+#ifdef RZ48_TEST_WIDGETS
 #include <QApplication>
+using TestApplication = QApplication;
+#else
+#include <QGuiApplication>
+using TestApplication = QGuiApplication; // the unit's pictures need fonts, never widgets
+#endif
 #include <QDir>
 
 #include <gtest/gtest.h>
@@ -99,7 +105,7 @@ int main(int argc, char** argv)
         ::setenv("RZ48_TEST_DATA_HOME_SET", "1", 1);
     }
 
-    QApplication app(argc, argv);
+    TestApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
