@@ -17,15 +17,15 @@ namespace {
 
 // A streamer half way to its cue at 01:00:11:00 and the punch of the cue at
 // 01:00:10:00 both on the picture at 01:00:10:00, with the rest.
-emu::EmulatedUnit& busyUnit()
+rz48::emu::EmulatedUnit& busyUnit()
 {
-    static emu::EmulatedUnit unit;
+    static rz48::emu::EmulatedUnit unit;
     static bool made = false;
     if (!made) {
         for (const char* line : {"C 1a 28 0 32 0 ff ff 40", "E 5 70 77 87 5 64 3 1", "A 4", "U 2 0 6 10 20 2",
                                  "m 131 96 8 112", "r 2 60 200 112", "V First line\\nSecond line", "h 0",
                                  "f 01:00:10:00 ", "f 01:00:11:00 "})
-            unit.receive(std::string(line) + "\r\n", emu::Clock::now());
+            unit.receive(std::string(line) + "\r\n", rz48::emu::Clock::now());
         made = true;
     }
     return unit;
@@ -33,15 +33,15 @@ emu::EmulatedUnit& busyUnit()
 
 void BM_OutputFrame(benchmark::State& state)
 {
-    emu::OutputRenderer renderer;
+    rz48::emu::OutputRenderer renderer;
     QImage image;
-    const emu::OutputState output = busyUnit().outputState();
-    const int64_t frame = emu::frameOfLabel(1, 0, 10, 0, 1);
+    const rz48::emu::OutputState output = busyUnit().outputState();
+    const int64_t frame = rz48::emu::frameOfLabel(1, 0, 10, 0, 1);
     for (auto _ : state) {
-        renderer.render(emu::composeFrame(output, 1, frame, 0), image);
+        renderer.render(rz48::emu::composeFrame(output, 1, frame, 0), image);
         benchmark::DoNotOptimize(image.constBits());
     }
-    state.counters["shapes"] = double(emu::composeFrame(output, 1, frame, 0).shapes.size());
+    state.counters["shapes"] = double(rz48::emu::composeFrame(output, 1, frame, 0).shapes.size());
 }
 BENCHMARK(BM_OutputFrame)->Unit(benchmark::kMillisecond);
 
@@ -52,11 +52,11 @@ void BM_TransportTenMinutes(benchmark::State& state)
     const int type = int(state.range(0));
     int64_t due = 0, shown = 0, dropped = 0, doubled = 0;
     for (auto _ : state) {
-        emu::Transport transport(type);
-        const auto start = emu::Transport::Clock::time_point(std::chrono::hours(1));
+        rz48::emu::Transport transport(type);
+        const auto start = rz48::emu::Transport::Clock::time_point(std::chrono::hours(1));
         transport.play(start);
         const auto end = start + std::chrono::minutes(10);
-        const int64_t period = emu::frameRateOf(type).periodTicks * 100000 / 3;
+        const int64_t period = rz48::emu::frameRateOf(type).periodTicks * 100000 / 3;
         uint32_t noise = 12345;
         int64_t last = -1;
         due = shown = dropped = doubled = 0;
@@ -88,23 +88,23 @@ void BM_PlayRealTime(benchmark::State& state)
     const int type = int(state.range(0));
     const char* env = std::getenv("RZ48_BENCH_PLAY_SECONDS");
     const int seconds = env ? std::atoi(env) : 20;
-    emu::OutputRenderer renderer;
+    rz48::emu::OutputRenderer renderer;
     QImage image;
-    const emu::OutputState output = busyUnit().outputState();
+    const rz48::emu::OutputState output = busyUnit().outputState();
     int64_t due = 0, shown = 0, dropped = 0, doubled = 0;
     double worstMs = 0;
     for (auto _ : state) {
-        emu::Transport transport(type);
-        const auto start = emu::Transport::Clock::now();
-        transport.locate(emu::frameOfLabel(1, 0, 9, 0, type), start);
+        rz48::emu::Transport transport(type);
+        const auto start = rz48::emu::Transport::Clock::now();
+        transport.locate(rz48::emu::frameOfLabel(1, 0, 9, 0, type), start);
         transport.play(start);
         int64_t last = -1;
         for (int64_t k = 1; transport.dueOf(k) < start + std::chrono::seconds(seconds); ++k) {
             std::this_thread::sleep_until(transport.dueOf(k));
-            const auto now = emu::Transport::Clock::now();
+            const auto now = rz48::emu::Transport::Clock::now();
             const int64_t index = transport.indexAt(now);
-            renderer.render(emu::composeFrame(output, type, transport.frameOfIndex(index), emu::ticksOfClock(now)), image);
-            const double lateMs = std::chrono::duration<double, std::milli>(emu::Transport::Clock::now() - transport.dueOf(index)).count();
+            renderer.render(rz48::emu::composeFrame(output, type, transport.frameOfIndex(index), rz48::emu::ticksOfClock(now)), image);
+            const double lateMs = std::chrono::duration<double, std::milli>(rz48::emu::Transport::Clock::now() - transport.dueOf(index)).count();
             worstMs = std::max(worstMs, lateMs);
             ++due;
             if (index == last)

@@ -38,11 +38,11 @@ public:
 
 struct Unit {
     QTemporaryDir dir;
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     ComThread link;
     bool open()
     {
-        host.setPacing(emu::PtyHost::kPortSpeed);
+        host.setPacing(rz48::emu::PtyHost::kPortSpeed);
         if (!host.start(dir.path().toStdString(), "tty.usbserial-EMU"))
             return false;
         link.setSearchDirectory(dir.path());
@@ -122,7 +122,7 @@ void BM_Microcontroller32KiB(benchmark::State& state)
     for (const QString& r : records)
         txBytes += r.size() + 2;
     const double wire = double(txBytes) * 10.0 / 38400.0;
-    const std::vector<uint8_t> loader = emu::EmulatedUnit::testLoader();
+    const std::vector<uint8_t> loader = rz48::emu::EmulatedUnit::testLoader();
     for (auto _ : state) {
         Unit unit;
         if (!unit.open()) {

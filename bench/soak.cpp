@@ -59,7 +59,7 @@ int main(int argc, char** argv)
 
     QTemporaryDir dir;
     const std::string name = "tty.usbserial-SOAK";
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     std::string error;
     if (!dir.isValid() || !host.start(dir.path().toStdString(), name, &error)) {
         std::fprintf(stderr, "soak: cannot start the emulated unit: %s\n", error.c_str());

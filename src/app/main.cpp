@@ -142,22 +142,22 @@ int main(int argc, char** argv)
     RZ48AppDelegate delegate;
     QApplication::setQuitOnLastWindowClosed(delegate.applicationShouldTerminateAfterLastWindowClosed());
 
-    std::unique_ptr<emu::PtyHost> host;
+    std::unique_ptr<rz48::emu::PtyHost> host;
     QTemporaryDir simulationDir;
     LinkOptions options;
     if (parser.isSet(simulate)) {
-        host = std::make_unique<emu::PtyHost>();
+        host = std::make_unique<rz48::emu::PtyHost>();
         std::string error;
         if (!simulationDir.isValid()
             || !host->start(simulationDir.path().toStdString(), "tty.usbserial-EMU", &error)) {
             std::fprintf(stderr, "rz48panel: cannot start the emulated unit: %s\n", error.c_str());
             return 1;
         }
-        host->setPacing(emu::PtyHost::kPortSpeed);
+        host->setPacing(rz48::emu::PtyHost::kPortSpeed);
         options.searchDirectory = simulationDir.path();
         options.simulated = true;
         options.simulatedUnit = host->sharedUnit();
-        const std::vector<uint8_t> test = emu::EmulatedUnit::testLoader();
+        const std::vector<uint8_t> test = rz48::emu::EmulatedUnit::testLoader();
         options.simulatedLoader = QByteArray(reinterpret_cast<const char*>(test.data()), qsizetype(test.size()));
     }
     if (parser.isSet(devDir))

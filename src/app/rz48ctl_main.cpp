@@ -213,14 +213,14 @@ int main(int argc, char** argv)
         return rz48::usageError(QStringLiteral("--simulate talks to the emulated unit: no --port or --dev-dir with it"));
 
     QString directory = parser.value(devDir);
-    std::unique_ptr<emu::PtyHost> host;
+    std::unique_ptr<rz48::emu::PtyHost> host;
     QTemporaryDir simulationDir;
     if (parser.isSet(simulate)) {
-        host = std::make_unique<emu::PtyHost>();
+        host = std::make_unique<rz48::emu::PtyHost>();
         std::string error;
         if (!simulationDir.isValid() || !host->start(simulationDir.path().toStdString(), "tty.usbserial-EMU", &error))
             return fail(QStringLiteral("cannot start the emulated unit: %1").arg(QString::fromStdString(error)), 3);
-        host->setPacing(emu::PtyHost::kPortSpeed);
+        host->setPacing(rz48::emu::PtyHost::kPortSpeed);
         directory = simulationDir.path();
     }
     if (command == QLatin1String("ports"))

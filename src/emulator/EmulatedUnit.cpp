@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <sstream>
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 constexpr size_t kRecentTriggers = 64; // enough for every element still on the picture
@@ -319,4 +319,4 @@ bool EmulatedUnit::waitForTriggers(size_t n, std::chrono::milliseconds timeout) 
     return changed_.wait_for(lock, timeout, [&] { return triggers_.size() >= n; });
 }
 
-} // namespace emu
+} // namespace rz48::emu

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <vector>
 
-namespace emu {
+namespace rz48::emu {
 
 using Clock = std::chrono::steady_clock;
 
@@ -163,4 +163,4 @@ private:
     Clock::time_point transferLast_ {};
 };
 
-} // namespace emu
+} // namespace rz48::emu

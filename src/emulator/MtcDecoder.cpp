@@ -2,7 +2,7 @@
 
 #include "emulator/UnitTimecode.h"
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 constexpr size_t kMaxSysEx = 64;
@@ -107,4 +107,4 @@ bool MtcDecoder::settle(int64_t frame, int type, int direction)
     return true;
 }
 
-} // namespace emu
+} // namespace rz48::emu

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-namespace emu {
+namespace rz48::emu {
 
 class MtcDecoder {
 public:
@@ -45,4 +45,4 @@ private:
     std::string sysex_;
 };
 
-} // namespace emu
+} // namespace rz48::emu

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 constexpr int kStreamerNote0 = 124; // to 127: streamers 0 to 3
@@ -206,4 +206,4 @@ OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int6
     return out;
 }
 
-} // namespace emu
+} // namespace rz48::emu

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace emu {
+namespace rz48::emu {
 
 inline constexpr int kOutputWidth = 1920;
 inline constexpr int kOutputHeight = 1080;
@@ -77,4 +77,4 @@ OutputFrame composeFrame(const OutputState& state, int type, int64_t frame, int6
 // fiftieths, for a bar `width` wide.
 int streamerLeft(int64_t width, int64_t duration, int64_t elapsed);
 
-} // namespace emu
+} // namespace rz48::emu

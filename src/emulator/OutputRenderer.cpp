@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 QFont fontOf(int pixels)
@@ -115,4 +115,4 @@ QImage OutputRenderer::render(const OutputFrame& frame)
     return image;
 }
 
-} // namespace emu
+} // namespace rz48::emu

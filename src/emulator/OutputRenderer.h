@@ -11,7 +11,7 @@
 
 class QFont;
 
-namespace emu {
+namespace rz48::emu {
 
 class OutputRenderer {
 public:
@@ -27,4 +27,4 @@ private:
     QImage backgrounds_[4]; // by "G"'s two bits; [0] unused (black)
 };
 
-} // namespace emu
+} // namespace rz48::emu

@@ -10,7 +10,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 std::string describe(const std::string& what)
@@ -270,4 +270,4 @@ void PtyHost::serve()
     }
 }
 
-} // namespace emu
+} // namespace rz48::emu

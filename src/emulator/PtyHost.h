@@ -13,7 +13,7 @@
 #include <string>
 #include <thread>
 
-namespace emu {
+namespace rz48::emu {
 
 class PtyHost {
 public:
@@ -78,4 +78,4 @@ private:
     std::function<void(const std::string&)> log_;
 };
 
-} // namespace emu
+} // namespace rz48::emu

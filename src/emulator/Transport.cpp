@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 // Nanoseconds of `count` ticks, rounded down: a tick is 100000 / 3 ns.
@@ -104,4 +104,4 @@ int64_t Transport::wrapped(int64_t frame) const
     return (frame % day + day) % day;
 }
 
-} // namespace emu
+} // namespace rz48::emu

@@ -10,7 +10,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace emu {
+namespace rz48::emu {
 
 class Transport {
 public:
@@ -56,4 +56,4 @@ private:
     bool loopOn_ = false;
 };
 
-} // namespace emu
+} // namespace rz48::emu

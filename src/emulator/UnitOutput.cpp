@@ -2,7 +2,7 @@
 // transfer and hands to the output model.
 #include "emulator/EmulatedUnit.h"
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 constexpr size_t kMaxCues = 100000;
@@ -54,4 +54,4 @@ uint64_t EmulatedUnit::outputRevision() const
     return outputRevision_;
 }
 
-} // namespace emu
+} // namespace rz48::emu

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace emu {
+namespace rz48::emu {
 namespace {
 
 constexpr int64_t kDropTenMinutes = 17982; // frames in ten drop-frame minutes
@@ -91,4 +91,4 @@ bool frameOfFields(int hours, int minutes, int seconds, int frames, int type, in
     return true;
 }
 
-} // namespace emu
+} // namespace rz48::emu

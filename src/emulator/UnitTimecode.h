@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace emu {
+namespace rz48::emu {
 
 inline constexpr int64_t kTicksPerSecond = 30000;
 inline constexpr int64_t kTicksPerFiftieth = kTicksPerSecond / 50;
@@ -43,4 +43,4 @@ bool frameOfFields(int hours, int minutes, int seconds, int frames, int type, in
 // dropped label).
 bool parseLabel(std::string_view text, int type, int64_t* frame);
 
-} // namespace emu
+} // namespace rz48::emu

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-namespace emu {
+namespace rz48::emu {
 
 std::string EmulatedUnit::receiveUpdateByte(unsigned char byte, Clock::time_point now)
 {
@@ -130,4 +130,4 @@ std::string EmulatedUnit::downloadText() const { return locked(downloadText_); }
 
 int EmulatedUnit::downloadBatches() const { return locked(downloadBatches_); }
 
-} // namespace emu
+} // namespace rz48::emu

@@ -131,8 +131,8 @@ int renderMain(int argc, char** argv)
     if (setupPath.empty() || at.empty() || outPath.empty())
         return fail(2, "render needs --setup FILE, --at HH:MM:SS:FF and -o FRAME.png");
 
-    emu::EmulatedUnit unit;
-    const auto now = emu::Clock::now();
+    rz48::emu::EmulatedUnit unit;
+    const auto now = rz48::emu::Clock::now();
     std::vector<std::string> lines;
     std::string error;
     if (!readLines(setupPath, kMaxSetupBytes, lines, &error))
@@ -172,15 +172,15 @@ int renderMain(int argc, char** argv)
     if (type < 0)
         type = sheetType;
     int64_t frame = 0;
-    if (!emu::parseLabel(at, type, &frame))
+    if (!rz48::emu::parseLabel(at, type, &frame))
         return fail(2, "--at " + at + " is not a timecode of type " + std::to_string(type));
 
     if (!std::getenv("QT_QPA_PLATFORM"))
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     int qtArgc = 1;
     QGuiApplication app(qtArgc, argv);
-    emu::OutputRenderer renderer;
-    const QImage image = renderer.render(emu::composeFrame(unit.outputState(), type, frame, 0));
+    rz48::emu::OutputRenderer renderer;
+    const QImage image = renderer.render(rz48::emu::composeFrame(unit.outputState(), type, frame, 0));
     QByteArray png;
     QBuffer buffer(&png);
     QString why;
@@ -206,7 +206,7 @@ int main(int argc, char** argv)
         return renderMain(argc - 1, argv + 1);
     std::string dir = defaultDirectory();
     std::string name = "tty.usbserial-EMU";
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         auto value = [&]() -> std::string {

@@ -8,7 +8,7 @@
 #include <poll.h>
 #endif
 
-using Clock = emu::MtcDecoder::Clock;
+using Clock = rz48::emu::MtcDecoder::Clock;
 
 struct MtcInput::Sequencer {
 #ifdef RZ48_HAVE_ALSA

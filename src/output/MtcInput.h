@@ -26,7 +26,7 @@ public:
     void close();
     bool isOpen() const;
     // Called with each new position (and when the source stops).
-    void onPosition(std::function<void(const emu::MtcDecoder::Position&)> handler) { handler_ = std::move(handler); }
+    void onPosition(std::function<void(const rz48::emu::MtcDecoder::Position&)> handler) { handler_ = std::move(handler); }
 
 private:
     void readEvents();
@@ -35,6 +35,6 @@ private:
     std::unique_ptr<Sequencer> seq_;
     std::vector<QSocketNotifier*> notifiers_;
     QTimer* dropout_ = nullptr;
-    emu::MtcDecoder decoder_;
-    std::function<void(const emu::MtcDecoder::Position&)> handler_;
+    rz48::emu::MtcDecoder decoder_;
+    std::function<void(const rz48::emu::MtcDecoder::Position&)> handler_;
 };

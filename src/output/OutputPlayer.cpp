@@ -4,9 +4,9 @@
 
 #include <thread>
 
-using Clock = emu::Transport::Clock;
+using Clock = rz48::emu::Transport::Clock;
 
-OutputPlayer::OutputPlayer(std::shared_ptr<emu::EmulatedUnit> unit)
+OutputPlayer::OutputPlayer(std::shared_ptr<rz48::emu::EmulatedUnit> unit)
     : shared_(std::make_shared<Shared>(std::move(unit)))
 {
 }
@@ -58,10 +58,10 @@ void OutputPlayer::setType(int type)
         shared_->transport.setType(type, Clock::now());
 }
 
-void OutputPlayer::chase(const emu::MtcDecoder::Position& position)
+void OutputPlayer::chase(const rz48::emu::MtcDecoder::Position& position)
 {
     std::lock_guard lock(shared_->lock);
-    emu::Transport& t = shared_->transport;
+    rz48::emu::Transport& t = shared_->transport;
     const Clock::time_point now = Clock::now();
     if (t.type() != position.type)
         t.setType(position.type, now);
@@ -97,11 +97,11 @@ int64_t OutputPlayer::frame() const
 
 void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
 {
-    emu::OutputRenderer renderer;
-    emu::OutputState state;
+    rz48::emu::OutputRenderer renderer;
+    rz48::emu::OutputState state;
     uint64_t revision = 0;
     bool fetched = false;
-    emu::OutputFrame last;
+    rz48::emu::OutputFrame last;
     bool drawn = false;
     while (!context.aborting()) {
         const Clock::time_point now = Clock::now();
@@ -110,7 +110,7 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
         Clock::time_point due = now, next = now;
         {
             std::lock_guard lock(shared.lock);
-            const emu::Transport& t = shared.transport;
+            const rz48::emu::Transport& t = shared.transport;
             type = t.type();
             const int64_t index = t.indexAt(now);
             frame = t.frameOfIndex(index);
@@ -118,7 +118,7 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
                 due = t.dueOf(index);
                 next = t.dueOf(index + 1);
             } else {
-                next = now + std::chrono::nanoseconds(emu::frameRateOf(type).periodTicks * 100000 / 3);
+                next = now + std::chrono::nanoseconds(rz48::emu::frameRateOf(type).periodTicks * 100000 / 3);
             }
         }
         // The unit's state is copied only when it has received something since.
@@ -127,7 +127,7 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
             revision = r;
             fetched = true;
         }
-        emu::OutputFrame composed = emu::composeFrame(state, type, frame, emu::ticksOfClock(due));
+        rz48::emu::OutputFrame composed = rz48::emu::composeFrame(state, type, frame, rz48::emu::ticksOfClock(due));
         if ((!drawn || !(composed == last)) && !shared.waiting) {
             QImage image = renderer.render(composed);
             image.setText(QStringLiteral("timecode"), QString::fromStdString(composed.timecode));

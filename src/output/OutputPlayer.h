@@ -19,7 +19,7 @@
 
 class OutputPlayer {
 public:
-    explicit OutputPlayer(std::shared_ptr<emu::EmulatedUnit> unit);
+    explicit OutputPlayer(std::shared_ptr<rz48::emu::EmulatedUnit> unit);
     ~OutputPlayer();
 
     // The parent receives threadNeedsDisplay(QImage) and calls frameTaken()
@@ -35,7 +35,7 @@ public:
     void setType(int type);
     // Follows a MIDI Time Code source: its rate, its position, and playing
     // while it runs forwards.
-    void chase(const emu::MtcDecoder::Position& position);
+    void chase(const rz48::emu::MtcDecoder::Position& position);
 
     int type() const;
     bool playing() const;
@@ -43,13 +43,13 @@ public:
 
 private:
     struct Shared {
-        explicit Shared(std::shared_ptr<emu::EmulatedUnit> u)
+        explicit Shared(std::shared_ptr<rz48::emu::EmulatedUnit> u)
             : unit(std::move(u))
         {
         }
-        std::shared_ptr<emu::EmulatedUnit> unit;
+        std::shared_ptr<rz48::emu::EmulatedUnit> unit;
         mutable std::mutex lock; // guards the transport
-        emu::Transport transport {1};
+        rz48::emu::Transport transport {1};
         std::atomic<bool> waiting {false};
     };
     static void run(Shared& shared, rz48::WorkerContext& context);

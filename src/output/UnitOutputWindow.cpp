@@ -64,7 +64,7 @@ QLineEdit* timecodeField(const char* name, const QString& text, QWidget* parent)
 
 } // namespace
 
-UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool shadow, QWidget* parent)
+UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit, bool shadow, QWidget* parent)
     : QWidget(parent, Qt::Window)
     , player_(std::move(unit))
 {
@@ -155,9 +155,9 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool
         if (isFullScreen())
             toggleFullScreen();
     });
-    player_.locate(emu::frameOfLabel(1, 0, 0, 0, player_.type())); // sessions start at an hour
+    player_.locate(rz48::emu::frameOfLabel(1, 0, 0, 0, player_.type())); // sessions start at an hour
     mtc_ = new MtcInput(this);
-    mtc_->onPosition([this](const emu::MtcDecoder::Position& p) {
+    mtc_->onPosition([this](const rz48::emu::MtcDecoder::Position& p) {
         player_.chase(p);
         if (type_->currentIndex() != p.type) {
             type_->setCurrentIndex(p.type);
@@ -205,7 +205,7 @@ void UnitOutputWindow::hideEvent(QHideEvent* event)
 bool UnitOutputWindow::readTimecode(QLineEdit* field, int64_t* frame)
 {
     const int type = type_->currentIndex();
-    if (emu::parseLabel(field->text().trimmed().toStdString(), type, frame)) {
+    if (rz48::emu::parseLabel(field->text().trimmed().toStdString(), type, frame)) {
         say({});
         return true;
     }

@@ -21,7 +21,7 @@ class QLineEdit;
 class UnitOutputWindow : public QWidget {
     Q_OBJECT
 public:
-    UnitOutputWindow(std::shared_ptr<emu::EmulatedUnit> unit, bool shadow, QWidget* parent = nullptr);
+    UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit, bool shadow, QWidget* parent = nullptr);
     ~UnitOutputWindow() override;
 
     OutputPlayer& player() { return player_; }

@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-namespace emu {
+namespace rz48::emu {
 class EmulatedUnit;
 }
 
@@ -22,5 +22,5 @@ struct LinkOptions {
     QByteArray simulatedLoader;
     bool simulated = false;
     // The built-in emulated unit, whose output the Unit output window shows.
-    std::shared_ptr<emu::EmulatedUnit> simulatedUnit;
+    std::shared_ptr<rz48::emu::EmulatedUnit> simulatedUnit;
 };

@@ -22,19 +22,19 @@ UnitOutputWindow* OutputController::window() const
     return window_.data();
 }
 
-void OutputController::setUp(rz48::link::UnitLink* link, std::shared_ptr<emu::EmulatedUnit> builtIn)
+void OutputController::setUp(rz48::link::UnitLink* link, std::shared_ptr<rz48::emu::EmulatedUnit> builtIn)
 {
     if (builtIn) {
         source_ = std::move(builtIn);
         return;
     }
-    shadow_ = std::make_shared<emu::EmulatedUnit>();
+    shadow_ = std::make_shared<rz48::emu::EmulatedUnit>();
     source_ = shadow_;
     if (link) {
-        std::weak_ptr<emu::EmulatedUnit> shadow = shadow_;
+        std::weak_ptr<rz48::emu::EmulatedUnit> shadow = shadow_;
         link->setSendTap([shadow, paused = paused_](const QByteArray& bytes) {
             if (auto unit = shadow.lock(); unit && !*paused)
-                unit->receive(std::string_view(bytes.constData(), size_t(bytes.size())), emu::Clock::now());
+                unit->receive(std::string_view(bytes.constData(), size_t(bytes.size())), rz48::emu::Clock::now());
         });
     }
 }
@@ -51,7 +51,7 @@ void OutputController::record(const QString& line)
     if (!shadow_ || *paused_)
         return;
     if (const std::optional<QString> command = rz48::setup::commandFromReport(line))
-        shadow_->receive((command->toLatin1() + "\r\n").toStdString(), emu::Clock::now());
+        shadow_->receive((command->toLatin1() + "\r\n").toStdString(), rz48::emu::Clock::now());
 }
 
 void OutputController::connected()

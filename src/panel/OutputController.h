@@ -15,7 +15,7 @@ namespace rz48::link {
 class UnitLink;
 }
 class UnitOutputWindow;
-namespace emu {
+namespace rz48::emu {
 class EmulatedUnit;
 }
 
@@ -26,7 +26,7 @@ public:
     ~OutputController() override;
 
     // `builtIn`: the in-process emulated unit, or none for a real unit.
-    void setUp(rz48::link::UnitLink* link, std::shared_ptr<emu::EmulatedUnit> builtIn);
+    void setUp(rz48::link::UnitLink* link, std::shared_ptr<rz48::emu::EmulatedUnit> builtIn);
     // While an update runs the shadow is left out: the update's bytes are
     // not settings. When it ends the shadow starts over.
     void setUpdating(bool updating);
@@ -40,8 +40,8 @@ public:
     bool isShadow() const { return shadow_ != nullptr; }
 
 private:
-    std::shared_ptr<emu::EmulatedUnit> source_;
-    std::shared_ptr<emu::EmulatedUnit> shadow_;
+    std::shared_ptr<rz48::emu::EmulatedUnit> source_;
+    std::shared_ptr<rz48::emu::EmulatedUnit> shadow_;
     std::shared_ptr<std::atomic<bool>> paused_ = std::make_shared<std::atomic<bool>>(false);
     QPointer<UnitOutputWindow> window_;
 };

@@ -105,12 +105,12 @@ TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
     EXPECT_TRUE(alerts.messages.isEmpty());
     // The unit plays the list: at 30 fps each cue's 2 s streamer is on its
     // last frame just before the cue ((1728 - 40) x 59 / 60 = 1659) and gone on it.
-    const emu::OutputState output = host.unit().outputState();
+    const rz48::emu::OutputState output = host.unit().outputState();
     ASSERT_EQ(output.cueIns.size(), 2u);
     auto bars = [&](int64_t frame) {
         std::vector<int> left;
-        for (const emu::Shape& s : emu::composeFrame(output, 3, frame, 0).shapes)
-            if (s.kind == emu::Shape::Kind::Rect)
+        for (const rz48::emu::Shape& s : rz48::emu::composeFrame(output, 3, frame, 0).shapes)
+            if (s.kind == rz48::emu::Shape::Kind::Rect)
                 left.push_back(s.x);
         return left;
     };

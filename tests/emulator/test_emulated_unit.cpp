@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 using namespace std::chrono_literals;
-using emu::Clock;
-using emu::EmulatedUnit;
+using rz48::emu::Clock;
+using rz48::emu::EmulatedUnit;
 
 namespace {
 

@@ -30,16 +30,16 @@ struct Output {
     {
         for (const char* line : {"C 1a 28 0 64 0 ff ff 0", "E 5 70 77 87 5 64 3 1", "A 4", "U 0 0 6 104 240 1",
                                  "m 129 96 8 101", "h 0", "f 01:00:10:00 "})
-            unit.receive(std::string(line) + "\r\n", emu::Clock::now());
+            unit.receive(std::string(line) + "\r\n", rz48::emu::Clock::now());
     }
     QImage at(const char* label, int type = 1, int64_t wallTicks = 0)
     {
         int64_t frame = 0;
-        EXPECT_TRUE(emu::parseLabel(label, type, &frame)) << label;
-        return renderer.render(emu::composeFrame(unit.outputState(), type, frame, wallTicks));
+        EXPECT_TRUE(rz48::emu::parseLabel(label, type, &frame)) << label;
+        return renderer.render(rz48::emu::composeFrame(unit.outputState(), type, frame, wallTicks));
     }
-    emu::EmulatedUnit unit;
-    emu::OutputRenderer renderer;
+    rz48::emu::EmulatedUnit unit;
+    rz48::emu::OutputRenderer renderer;
 };
 
 // The first column of the row in that colour, or -1.
@@ -92,45 +92,45 @@ TEST(UnitOutput, StreamerWipesToTheEndBarAndEndsOnItsCue)
     EXPECT_EQ(o.at("01:00:13:00").pixel(960, 540), kBlack);
 
     // A new transfer replaces the list; an "f" line outside a transfer is not a cue.
-    emu::EmulatedUnit fresh;
-    fresh.receive("f 01:00:10:00 \r\n", emu::Clock::now());
+    rz48::emu::EmulatedUnit fresh;
+    fresh.receive("f 01:00:10:00 \r\n", rz48::emu::Clock::now());
     EXPECT_TRUE(fresh.outputState().cueIns.empty());
-    o.unit.receive("h 0\r\n", emu::Clock::now());
+    o.unit.receive("h 0\r\n", rz48::emu::Clock::now());
     EXPECT_EQ(firstColumn(o.at("01:00:09:00"), kCyan), -1);
 }
 
 TEST(UnitOutput, PunchFollowsTheEnablesAndItsReverseFlag)
 {
     Output o;
-    o.unit.receive("A 0\r\n", emu::Clock::now());
+    o.unit.receive("A 0\r\n", rz48::emu::Clock::now());
     EXPECT_EQ(o.at("01:00:10:00").pixel(960, 540), kBlack) << "no punch at a streamer's end without A bit 2";
-    o.unit.receive("A 4\r\nE 1005 70 77 87 5 64 3 1\r\n", emu::Clock::now());
+    o.unit.receive("A 4\r\nE 1005 70 77 87 5 64 3 1\r\n", rz48::emu::Clock::now());
     EXPECT_EQ(o.at("01:00:10:00").pixel(960, 540), kCyan) << "reversed red is cyan";
-    o.unit.receive("E 5 70 77 87 5 64 3 0\r\n", emu::Clock::now());
+    o.unit.receive("E 5 70 77 87 5 64 3 0\r\n", rz48::emu::Clock::now());
     EXPECT_EQ(o.at("01:00:10:00").pixel(960, 540), kBlack) << "punch disabled";
 }
 
 TEST(UnitOutput, TriggersRunOnTheWallClock)
 {
     Output o;
-    const auto now = emu::Clock::now();
+    const auto now = rz48::emu::Clock::now();
     o.unit.receive(std::string("\x90\x7f\x40", 3), now); // streamer 3: code 0, white
-    const int64_t t0 = emu::ticksOfClock(now);
+    const int64_t t0 = rz48::emu::ticksOfClock(now);
     // A second into a two-second run, whatever the timecode.
-    const QImage half = o.at("00:00:00:00", 1, t0 + emu::kTicksPerSecond);
+    const QImage half = o.at("00:00:00:00", 1, t0 + rz48::emu::kTicksPerSecond);
     EXPECT_EQ(firstColumn(half, kWhite), 844);
     EXPECT_EQ(half.pixel(843, kRow), kBlack);
-    EXPECT_EQ(firstColumn(o.at("00:00:00:00", 1, t0 + 2 * emu::kTicksPerSecond - 1), kWhite), 1687);
-    EXPECT_EQ(firstColumn(o.at("00:00:00:00", 1, t0 + 2 * emu::kTicksPerSecond), kWhite), -1) << "over, end bar and all";
+    EXPECT_EQ(firstColumn(o.at("00:00:00:00", 1, t0 + 2 * rz48::emu::kTicksPerSecond - 1), kWhite), 1687);
+    EXPECT_EQ(firstColumn(o.at("00:00:00:00", 1, t0 + 2 * rz48::emu::kTicksPerSecond), kWhite), -1) << "over, end bar and all";
 
     // A bar wider than the way to the end bar starts left of the picture,
     // its edge rounded down: (1728 - 1920) x 1 / 60000 is -1, not 0.
-    EXPECT_EQ(emu::streamerLeft(1920, 100, 1), -1);
-    EXPECT_EQ(emu::streamerLeft(1920, 100, emu::kTicksPerSecond), -96);
+    EXPECT_EQ(rz48::emu::streamerLeft(1920, 100, 1), -1);
+    EXPECT_EQ(rz48::emu::streamerLeft(1920, 100, rz48::emu::kTicksPerSecond), -96);
 
     // The accumulating streamer leaves its bar drawn where it passed.
     o.unit.receive(std::string("\x90\x77\x40", 3), now);
-    const QImage accumulated = o.at("00:00:00:00", 1, t0 + emu::kTicksPerSecond);
+    const QImage accumulated = o.at("00:00:00:00", 1, t0 + rz48::emu::kTicksPerSecond);
     EXPECT_EQ(firstColumn(accumulated, kCyan), 0);
     EXPECT_EQ(accumulated.pixel(843, kRow), kCyan);
 }
@@ -145,13 +145,13 @@ TEST(UnitOutput, TimecodeWindowRunsWithTheTransportAndColoursFollowTheSettings)
     EXPECT_EQ(a.pixel(768, 32), 0xFF0000FFu) << "pair 101: red (5) on blue (6)";
     EXPECT_EQ(a.pixel(767, 32), kBlack);
     EXPECT_NE(firstColumn(a, kRed, 32 + 14), -1) << "red digits";
-    o.unit.receive("m 1 96 8 101\r\n", emu::Clock::now());
+    o.unit.receive("m 1 96 8 101\r\n", rz48::emu::Clock::now());
     EXPECT_EQ(o.at("01:00:00:01").copy(box), o.at("01:00:00:00").copy(box)) << "hidden: bit 7 clear";
-    o.unit.receive("G 1\r\n", emu::Clock::now());
+    o.unit.receive("G 1\r\n", rz48::emu::Clock::now());
     EXPECT_EQ(o.at("01:00:00:00").pixel(10, 10), qRgb(191, 191, 191)) << "colour bars";
     EXPECT_EQ(o.at("01:00:00:00").pixel(1910, 10), qRgb(0, 0, 191));
     // The annunciator's Record colours come from "t" (text 2 cyan on box 5 red: 0x52).
-    o.unit.receive("G 0\r\nU 2 0 6 10 20 2\r\n", emu::Clock::now());
+    o.unit.receive("G 0\r\nU 2 0 6 10 20 2\r\n", rz48::emu::Clock::now());
     const QImage record = o.at("01:00:00:00");
     EXPECT_EQ(record.pixel(81, 81), kRed);
     EXPECT_EQ(record.pixel(79, 81), kBlack);
@@ -160,48 +160,48 @@ TEST(UnitOutput, TimecodeWindowRunsWithTheTransportAndColoursFollowTheSettings)
 
 TEST(UnitTimecode, LabelsAndFramesForEveryType)
 {
-    EXPECT_EQ(emu::frameOfLabel(1, 0, 0, 0, 0), 86400);
-    EXPECT_EQ(emu::frameOfLabel(1, 0, 0, 0, 1), 90000);
-    EXPECT_EQ(emu::frameOfLabel(1, 0, 0, 0, 3), 108000);
-    EXPECT_EQ(emu::frameOfLabel(1, 0, 0, 0, 2), 107892);
-    EXPECT_EQ(emu::labelOfFrame(86399, 0), "00:59:59:23");
-    EXPECT_EQ(emu::labelOfFrame(89999, 1), "00:59:59:24");
-    EXPECT_EQ(emu::labelOfFrame(107999, 3), "00:59:59:29");
+    EXPECT_EQ(rz48::emu::frameOfLabel(1, 0, 0, 0, 0), 86400);
+    EXPECT_EQ(rz48::emu::frameOfLabel(1, 0, 0, 0, 1), 90000);
+    EXPECT_EQ(rz48::emu::frameOfLabel(1, 0, 0, 0, 3), 108000);
+    EXPECT_EQ(rz48::emu::frameOfLabel(1, 0, 0, 0, 2), 107892);
+    EXPECT_EQ(rz48::emu::labelOfFrame(86399, 0), "00:59:59:23");
+    EXPECT_EQ(rz48::emu::labelOfFrame(89999, 1), "00:59:59:24");
+    EXPECT_EQ(rz48::emu::labelOfFrame(107999, 3), "00:59:59:29");
     // Drop-frame: ;00 and ;01 skipped at every minute but the tenth.
-    EXPECT_EQ(emu::labelOfFrame(1799, 2), "00:00:59;29");
-    EXPECT_EQ(emu::labelOfFrame(1800, 2), "00:01:00;02");
-    EXPECT_EQ(emu::labelOfFrame(17981, 2), "00:09:59;29");
-    EXPECT_EQ(emu::labelOfFrame(17982, 2), "00:10:00;00");
-    EXPECT_EQ(emu::labelOfFrame(17984, 2), "00:10:00;02");
-    EXPECT_EQ(emu::labelOfFrame(19782, 2), "00:11:00;02");
-    EXPECT_EQ(emu::labelOfFrame(emu::framesPerDay(2) - 1, 2), "23:59:59;29");
-    EXPECT_EQ(emu::labelOfFrame(emu::framesPerDay(1), 1), "00:00:00:00");
+    EXPECT_EQ(rz48::emu::labelOfFrame(1799, 2), "00:00:59;29");
+    EXPECT_EQ(rz48::emu::labelOfFrame(1800, 2), "00:01:00;02");
+    EXPECT_EQ(rz48::emu::labelOfFrame(17981, 2), "00:09:59;29");
+    EXPECT_EQ(rz48::emu::labelOfFrame(17982, 2), "00:10:00;00");
+    EXPECT_EQ(rz48::emu::labelOfFrame(17984, 2), "00:10:00;02");
+    EXPECT_EQ(rz48::emu::labelOfFrame(19782, 2), "00:11:00;02");
+    EXPECT_EQ(rz48::emu::labelOfFrame(rz48::emu::framesPerDay(2) - 1, 2), "23:59:59;29");
+    EXPECT_EQ(rz48::emu::labelOfFrame(rz48::emu::framesPerDay(1), 1), "00:00:00:00");
     int64_t frame = 0;
-    EXPECT_FALSE(emu::parseLabel("00:01:00;00", 2, &frame));
-    EXPECT_TRUE(emu::parseLabel("00:10:00;01", 2, &frame));
+    EXPECT_FALSE(rz48::emu::parseLabel("00:01:00;00", 2, &frame));
+    EXPECT_TRUE(rz48::emu::parseLabel("00:10:00;01", 2, &frame));
     EXPECT_EQ(frame, 17983);
-    EXPECT_FALSE(emu::parseLabel("00:00:00:25", 1, &frame));
-    EXPECT_FALSE(emu::parseLabel("24:00:00:00", 1, &frame));
-    EXPECT_FALSE(emu::parseLabel("1:00:00:00", 1, &frame));
+    EXPECT_FALSE(rz48::emu::parseLabel("00:00:00:25", 1, &frame));
+    EXPECT_FALSE(rz48::emu::parseLabel("24:00:00:00", 1, &frame));
+    EXPECT_FALSE(rz48::emu::parseLabel("1:00:00:00", 1, &frame));
 }
 
 TEST(Transport, FramesComeAtTheirTimesWithoutDrift)
 {
-    const auto t0 = emu::Transport::Clock::time_point(1h);
-    emu::Transport t(2);
-    t.locate(emu::frameOfLabel(1, 0, 0, 0, 2), t0);
+    const auto t0 = rz48::emu::Transport::Clock::time_point(1h);
+    rz48::emu::Transport t(2);
+    t.locate(rz48::emu::frameOfLabel(1, 0, 0, 0, 2), t0);
     EXPECT_EQ(t.frameAt(t0 + 10s), 107892) << "stopped: the frame stays";
     t.play(t0);
     // Ten drop-frame minutes are 17982 frames of 1001/30000 s: 599.9994 s.
     EXPECT_EQ(t.dueOf(17982), t0 + 599999400us);
-    EXPECT_EQ(emu::labelOfFrame(t.frameAt(t0 + 599999400us), 2), "01:10:00;00");
-    EXPECT_EQ(emu::labelOfFrame(t.frameAt(t0 + 599999400us - 1ns), 2), "01:09:59;29");
+    EXPECT_EQ(rz48::emu::labelOfFrame(t.frameAt(t0 + 599999400us), 2), "01:10:00;00");
+    EXPECT_EQ(rz48::emu::labelOfFrame(t.frameAt(t0 + 599999400us - 1ns), 2), "01:09:59;29");
     EXPECT_EQ(t.indexAt(t0 + 33366666ns), 1) << "due at 1001/30 ms, rounded down to the nanosecond";
     EXPECT_EQ(t.indexAt(t0 + 33366665ns), 0);
     for (int type : {0, 1, 3}) {
-        emu::Transport other(type);
+        rz48::emu::Transport other(type);
         other.play(t0);
-        const int rate = emu::frameRateOf(type).nominal;
+        const int rate = rz48::emu::frameRateOf(type).nominal;
         EXPECT_EQ(other.frameAt(t0 + 600s), 600 * rate) << type;
         EXPECT_EQ(other.frameAt(t0 + 600s - 1ns), 600 * rate - 1) << type;
     }
@@ -211,8 +211,8 @@ TEST(Transport, FramesComeAtTheirTimesWithoutDrift)
 
 TEST(Transport, LoopsAndTypeChanges)
 {
-    const auto t0 = emu::Transport::Clock::time_point(1h);
-    emu::Transport t(1);
+    const auto t0 = rz48::emu::Transport::Clock::time_point(1h);
+    rz48::emu::Transport t(1);
     t.locate(90, t0);
     t.setLoop(100, 110, true);
     t.play(t0);
@@ -223,13 +223,13 @@ TEST(Transport, LoopsAndTypeChanges)
     t.setLoop(100, 110, false);
     EXPECT_EQ(t.frameOfIndex(45), 135);
     t.stop(t0);
-    t.locate(emu::frameOfLabel(1, 1, 0, 24, 1), t0);
+    t.locate(rz48::emu::frameOfLabel(1, 1, 0, 24, 1), t0);
     t.setType(2, t0);
-    EXPECT_EQ(emu::labelOfFrame(t.frameAt(t0), 2), "01:01:00;24");
+    EXPECT_EQ(rz48::emu::labelOfFrame(t.frameAt(t0), 2), "01:01:00;24");
     t.setType(3, t0);
-    t.locate(emu::frameOfLabel(1, 0, 0, 29, 3), t0);
+    t.locate(rz48::emu::frameOfLabel(1, 0, 0, 29, 3), t0);
     t.setType(1, t0);
-    EXPECT_EQ(emu::labelOfFrame(t.frameAt(t0), 1), "01:00:00:24") << "a frame field beyond the rate: its last frame";
+    EXPECT_EQ(rz48::emu::labelOfFrame(t.frameAt(t0), 1), "01:00:00:24") << "a frame field beyond the rate: its last frame";
 }
 
 std::vector<uint8_t> quarterFrames(int h, int m, int s, int f, int type, bool backwards)
@@ -246,8 +246,8 @@ std::vector<uint8_t> quarterFrames(int h, int m, int s, int f, int type, bool ba
 
 TEST(MtcDecoder, QuarterFramesBothWaysFullFramesAndDropouts)
 {
-    const auto t0 = emu::MtcDecoder::Clock::time_point(1h);
-    emu::MtcDecoder d;
+    const auto t0 = rz48::emu::MtcDecoder::Clock::time_point(1h);
+    rz48::emu::MtcDecoder d;
     std::vector<uint8_t> forward = quarterFrames(1, 2, 3, 4, 1, false);
     forward.insert(forward.begin() + 5, 0xF8); // a clock byte between pieces
     EXPECT_FALSE(d.feed(forward.data(), 7, t0)) << "not a whole set yet";
@@ -271,7 +271,7 @@ TEST(MtcDecoder, QuarterFramesBothWaysFullFramesAndDropouts)
     // A piece out of order starts the count again.
     std::vector<uint8_t> broken = quarterFrames(1, 0, 0, 0, 3, false);
     std::swap(broken[5], broken[7]);
-    emu::MtcDecoder fresh;
+    rz48::emu::MtcDecoder fresh;
     EXPECT_FALSE(fresh.feed(broken.data(), broken.size(), t0));
     EXPECT_FALSE(fresh.position());
 

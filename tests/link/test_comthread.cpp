@@ -49,9 +49,9 @@ protected:
         rz48::setAlertSink(nullptr);
     }
 
-    emu::PtyHost& addUnit(const std::string& name)
+    rz48::emu::PtyHost& addUnit(const std::string& name)
     {
-        hosts.push_back(std::make_unique<emu::PtyHost>());
+        hosts.push_back(std::make_unique<rz48::emu::PtyHost>());
         std::string error;
         EXPECT_TRUE(hosts.back()->start(dir.path().toStdString(), name, &error)) << error;
         return *hosts.back();
@@ -59,9 +59,9 @@ protected:
     std::string path(const char* name) const { return (dir.path() + u'/' + QLatin1String(name)).toStdString(); }
 
     // Opens the one emulated unit and starts the thread.
-    emu::PtyHost& connect()
+    rz48::emu::PtyHost& connect()
     {
-        emu::PtyHost& unit = addUnit("tty.usbserial-EMU");
+        rz48::emu::PtyHost& unit = addUnit("tty.usbserial-EMU");
         EXPECT_EQ(link.openUsbSerial(), 0);
         link.startThread(&recorder);
         return unit;
@@ -69,7 +69,7 @@ protected:
 
     QTemporaryDir dir;
     RecordingAlerts alerts;
-    std::vector<std::unique_ptr<emu::PtyHost>> hosts;
+    std::vector<std::unique_ptr<rz48::emu::PtyHost>> hosts;
     ChunkRecorder recorder; // outlives the link's thread
     ComThread link;
 };
@@ -83,11 +83,11 @@ TEST_F(LinkTest, FindsTheUnitAmongSeveralEntries)
 {
     rz48::DiagCapture out;
     ASSERT_EQ(::symlink("/nonexistent/ttyUSB9", path("tty.usbserial-A0").c_str()), 0);
-    emu::PtyHost& silent = addUnit("tty.usbserial-B1");
+    rz48::emu::PtyHost& silent = addUnit("tty.usbserial-B1");
     silent.unit().setSilent(true);
-    emu::PtyHost& late = addUnit("tty.usbserial-C2");
+    rz48::emu::PtyHost& late = addUnit("tty.usbserial-C2");
     late.unit().setProbeAnswerOn(3);
-    emu::PtyHost& unrelated = addUnit("ttyS0");
+    rz48::emu::PtyHost& unrelated = addUnit("ttyS0");
 
     ASSERT_EQ(link.openUsbSerial(), 0);
     EXPECT_EQ(link.com(), QStringLiteral("tty.usbserial-C2"));
@@ -110,9 +110,9 @@ TEST_F(LinkTest, NoUnitAnswersMeansNotFound)
 {
     rz48::DiagCapture out;
     ASSERT_EQ(::symlink("/nonexistent/ttyUSB9", path("tty.usbserial-A0").c_str()), 0);
-    emu::PtyHost& silent = addUnit("tty.usbserial-B1");
+    rz48::emu::PtyHost& silent = addUnit("tty.usbserial-B1");
     silent.unit().setSilent(true);
-    emu::PtyHost& twoTries = addUnit("ttyUSB3");
+    rz48::emu::PtyHost& twoTries = addUnit("ttyUSB3");
     twoTries.unit().setProbeAnswerOn(4); // would answer the fourth probe: too late
 
     EXPECT_EQ(link.openUsbSerial(), -1);
@@ -143,7 +143,7 @@ TEST_F(LinkTest, MissingDirectoryLeavesComAsItWas)
 
 TEST_F(LinkTest, ExplicitPortSkipsTheSearch)
 {
-    emu::PtyHost& unit = addUnit("any-name");
+    rz48::emu::PtyHost& unit = addUnit("any-name");
     link.setSearchDirectory(QStringLiteral("/nonexistent"));
     link.setExplicitPort(QString::fromStdString(unit.linkPath()));
     ASSERT_EQ(link.openUsbSerial(), 0);
@@ -198,7 +198,7 @@ TEST_F(LinkTest, PortIsExclusiveOnlyWhileHeld)
 
 TEST_F(LinkTest, SendsBeforeStartThreadAreDropped)
 {
-    emu::PtyHost& unit = addUnit("tty.usbserial-EMU");
+    rz48::emu::PtyHost& unit = addUnit("tty.usbserial-EMU");
     ASSERT_EQ(link.openUsbSerial(), 0);
     link.sendString(QStringLiteral("A"));
     link.sendMidiTrigger(1);
@@ -216,7 +216,7 @@ TEST_F(LinkTest, SendsBeforeStartThreadAreDropped)
 
 TEST_F(LinkTest, TalkingUnitGetsCommandsInOrderOneAnswerAtATime)
 {
-    emu::PtyHost& unit = connect();
+    rz48::emu::PtyHost& unit = connect();
     unit.setPacing(38400);
     const QStringList sent {"A", "C", "E", "G", "H", "J", "M 15", "Q", "U", "X", "Y", "k", "m", "n", "r", "t"};
     for (const QString& c : sent)
@@ -237,7 +237,7 @@ TEST_F(LinkTest, TalkingUnitGetsCommandsInOrderOneAnswerAtATime)
 
 TEST_F(LinkTest, SilentUnitDelaysEachCommandBy300ms)
 {
-    emu::PtyHost& unit = connect();
+    rz48::emu::PtyHost& unit = connect();
     unit.unit().setSilent(true);
     const size_t probes = unit.unit().commands().size();
     QElapsedTimer timer;
@@ -256,7 +256,7 @@ TEST_F(LinkTest, SilentUnitDelaysEachCommandBy300ms)
 
 TEST_F(LinkTest, LateAnswerHoldsTheNextCommandBack)
 {
-    emu::PtyHost& unit = connect();
+    rz48::emu::PtyHost& unit = connect();
     unit.setAnswerDelay(150ms);
     const size_t probes = unit.unit().commands().size();
     QElapsedTimer timer;
@@ -282,7 +282,7 @@ TEST_F(LinkTest, LateAnswerHoldsTheNextCommandBack)
 
 TEST_F(LinkTest, ChunksArriveInReadOrderAndAreNumbered)
 {
-    emu::PtyHost& unit = connect();
+    rz48::emu::PtyHost& unit = connect();
     QByteArray expected;
     for (int i = 0; i < 200; ++i)
         expected += "# line " + QByteArray::number(i) + " of the unit's long answer\r\n";
@@ -300,7 +300,7 @@ TEST_F(LinkTest, ChunksArriveInReadOrderAndAreNumbered)
 
 // Everything the unit received, as the host logs it ("rx: " and the bytes, escaped).
 struct ReceivedLog {
-    void attach(emu::PtyHost& host)
+    void attach(rz48::emu::PtyHost& host)
     {
         host.setLog([this](const std::string& line) {
             std::lock_guard lock(mutex);
@@ -324,7 +324,7 @@ TEST_F(LinkTest, TriggerNoteKeepsTheLow8Bits)
     link.startThread(&recorder);
     link.sendMidiTrigger(300);
     link.sendMidiTrigger(124);
-    emu::PtyHost& unit = *hosts.back();
+    rz48::emu::PtyHost& unit = *hosts.back();
     ASSERT_TRUE(unit.unit().waitForTriggers(2, 3s));
     EXPECT_EQ(unit.unit().triggers(), (std::vector<uint8_t> {0x2C, 124}));
     // Note on, the note, velocity 0x40 ("@").
@@ -336,7 +336,7 @@ TEST_F(LinkTest, TriggerNoteKeepsTheLow8Bits)
 TEST_F(LinkTest, ProbeIsBCrLfAndTheAnswerMustNameC190)
 {
     ReceivedLog log;
-    emu::PtyHost& other = addUnit("tty.usbserial-OTHER");
+    rz48::emu::PtyHost& other = addUnit("tty.usbserial-OTHER");
     other.unit().setProbeAnswer("B RZ-48 C19 another model");
     log.attach(other);
     EXPECT_EQ(link.openUsbSerial(), -1);
@@ -361,7 +361,7 @@ TEST_F(LinkTest, StopThreadTwiceIsHarmless)
 // tells its parent once, and drops (and counts) what was still queued.
 TEST_F(LinkTest, HangUpIsNoticedAndTheQueueDropped)
 {
-    emu::PtyHost& unit = connect();
+    rz48::emu::PtyHost& unit = connect();
     unit.setAnswerDelay(5000ms); // the queue stays full: every command waits out its 300 ms
     for (int i = 0; i < 20; ++i)
         link.sendString(QStringLiteral("A"));
@@ -381,7 +381,7 @@ TEST_F(LinkTest, HangUpIsNoticedAndTheQueueDropped)
 
 TEST_F(LinkTest, TheQueueIsBounded)
 {
-    emu::PtyHost& unit = connect();
+    rz48::emu::PtyHost& unit = connect();
     unit.setAnswerDelay(5000ms);
     rz48::DiagCapture out;
     for (int i = 0; i < ComThread::kMaxQueued + 5; ++i)

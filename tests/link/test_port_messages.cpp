@@ -43,7 +43,7 @@ protected:
 
 TEST_F(PortMessages, LockFileOfARunningProgramMeansBusy)
 {
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     ASSERT_TRUE(host.start(dev.path().toStdString()));
     QFile lock(locks.filePath(QStringLiteral("LCK..tty.usbserial-EMU")));
     ASSERT_TRUE(lock.open(QIODevice::WriteOnly));
@@ -66,7 +66,7 @@ TEST_F(PortMessages, LockFileOfARunningProgramMeansBusy)
 
 TEST_F(PortMessages, PortLockedByAnotherProgramMeansBusy)
 {
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     ASSERT_TRUE(host.start(dev.path().toStdString()));
     QProcess holder; // flock(1) from util-linux holds the port while it sleeps
     holder.start(QStringLiteral("flock"), {QStringLiteral("-x"), QString::fromStdString(port()), QStringLiteral("sleep"), QStringLiteral("5")});
@@ -139,7 +139,7 @@ TEST_F(PortMessages, AdapterHeldByAnotherDriver)
 // why it was skipped and never written to; a pseudo-terminal is never filtered.
 TEST_F(PortMessages, OtherVendorsAdaptersAreNeverWrittenTo)
 {
-    emu::PtyHost deck, unit;
+    rz48::emu::PtyHost deck, unit;
     ASSERT_TRUE(deck.start(dev.path().toStdString(), "ttyUSB4"));
     ASSERT_TRUE(unit.start(dev.path().toStdString(), "ttyUSB5"));
     // sysfs: the deck's port (named after its pseudo-terminal) sits on a USB device of vendor 067b.
@@ -167,7 +167,7 @@ TEST_F(PortMessages, OtherVendorsAdaptersAreNeverWrittenTo)
 
 TEST_F(PortMessages, ListingForSupport)
 {
-    emu::PtyHost unit, silent;
+    rz48::emu::PtyHost unit, silent;
     ASSERT_TRUE(unit.start(dev.path().toStdString()));
     ASSERT_TRUE(silent.start(dev.path().toStdString(), "ttyUSB7"));
     silent.unit().setSilent(true);

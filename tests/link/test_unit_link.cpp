@@ -22,7 +22,7 @@ rz48::link::Search searchIn(const QTemporaryDir& dir)
 TEST(UnitLink, FindsTheUnitStreamsItsLinesAndLendsThePort)
 {
     QTemporaryDir dir;
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     std::string error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
     UnitLink link(searchIn(dir));
@@ -69,7 +69,7 @@ TEST(UnitLink, NoUnitSaysWhyAndIsFoundWhenItComes)
     ASSERT_TRUE(waitUntil([&] { return link.reasons().join(u'\n').contains(dir.path()); }, 3000))
         << link.reasons().join(u'\n').toStdString();
 
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     std::string error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
     ASSERT_TRUE(waitUntil([&] { return link.state() == UnitLink::State::Connected; }, 5000));

@@ -51,9 +51,9 @@ TEST_F(PanelTest, SilentUnitStillGetsEveryQueryAndThePanelStaysResponsive)
 using State = rz48::link::UnitLink::State;
 
 // The last `n` commands the unit received.
-std::vector<std::string> lastCommands(const emu::PtyHost& host, size_t n)
+std::vector<std::string> lastCommands(const rz48::emu::PtyHost& host, size_t n)
 {
-    const auto all = const_cast<emu::PtyHost&>(host).unit().commands();
+    const auto all = const_cast<rz48::emu::PtyHost&>(host).unit().commands();
     return all.size() < n ? all : std::vector<std::string>(all.end() - long(n), all.end());
 }
 
@@ -114,7 +114,7 @@ TEST_F(PanelTest, ExplicitPortThatAppearsLater)
     options.explicitPort = dir.filePath(QStringLiteral("later"));
     view->awakeFromNib(options);
     EXPECT_EQ(view->link()->state(), State::NotFound);
-    emu::PtyHost other; // a unit under another name is not the one asked for
+    rz48::emu::PtyHost other; // a unit under another name is not the one asked for
     std::string error;
     ASSERT_TRUE(other.start(dir.path().toStdString(), "tty.usbserial-OTHER", &error)) << error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "later", &error)) << error;
@@ -126,7 +126,7 @@ TEST_F(PanelTest, ExplicitPortThatAppearsLater)
 TEST_F(PanelTest, ChoosingBetweenTwoUnits)
 {
     startWithUnit();
-    emu::PtyHost second;
+    rz48::emu::PtyHost second;
     std::string error;
     ASSERT_TRUE(second.start(dir.path().toStdString(), "tty.usbserial-SECOND", &error)) << error;
     const QString first = view->link()->portPath();

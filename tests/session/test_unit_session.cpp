@@ -12,7 +12,7 @@ namespace {
 TEST(UnitSession, AnAnswerOrNone)
 {
     QTemporaryDir dir;
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     std::string error;
     ASSERT_TRUE(host.start(dir.path().toStdString(), "tty.usbserial-EMU", &error)) << error;
     rz48::session::UnitSession session;

@@ -139,7 +139,7 @@ protected:
     }
 
     QTemporaryDir dir;
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     RecordingAlerts alerts;
     ScriptedFilePanel panels;
     std::unique_ptr<QMainWindow> window;

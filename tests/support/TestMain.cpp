@@ -54,7 +54,7 @@ int reopenAsNobody()
     char dir[] = "/tmp/rz48-reopen-XXXXXX";
     if (!::mkdtemp(dir))
         return 4;
-    emu::PtyHost host;
+    rz48::emu::PtyHost host;
     std::string error;
     if (!host.start(dir, "tty.usbserial-EMU", &error))
         return 5;

@@ -16,7 +16,7 @@
 
 using rz48test::PanelTest;
 using rz48test::waitUntil;
-using Faults = emu::EmulatedUnit::UpdateFaults;
+using Faults = rz48::emu::EmulatedUnit::UpdateFaults;
 
 namespace {
 
@@ -31,7 +31,7 @@ std::vector<std::string> operator+(std::vector<std::string> a, const std::vector
 
 QByteArray testLoader()
 {
-    const std::vector<uint8_t> l = emu::EmulatedUnit::testLoader();
+    const std::vector<uint8_t> l = rz48::emu::EmulatedUnit::testLoader();
     return QByteArray(reinterpret_cast<const char*>(l.data()), qsizetype(l.size()));
 }
 
@@ -40,7 +40,7 @@ protected:
     void SetUp() override
     {
         PanelTest::SetUp();
-        std::array<uint8_t, emu::EmulatedUnit::kSettingsSize> area {};
+        std::array<uint8_t, rz48::emu::EmulatedUnit::kSettingsSize> area {};
         for (size_t i = 0; i < area.size(); ++i)
             area[i] = uint8_t(0x40 + i);
         host.unit().setSettingsArea(area);
@@ -364,7 +364,7 @@ TEST_F(UpdateTest, FpgaLinesRelayedInBatches)
     // 23 of 32 lines after the first batch.
     for (const char* step : {"erasing flash|0", "firmware update: 71.9 percent|71", "firmware update: 100.0 percent|100", "success!|0"})
         EXPECT_TRUE(progress.contains(QLatin1String(step))) << step;
-    ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
+    ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == rz48::emu::EmulatedUnit::Mode::Normal; }, 3000));
     expectLinkBack();
 }
 
@@ -378,7 +378,7 @@ TEST_F(UpdateTest, FpgaFailures)
     EXPECT_NE(out.text().find("tx len: 27 rx len: 28\n\ntxd:\n:020000040000FA:00000001FF\r\n\nrxd:\nX"), std::string::npos) << out.text();
     ASSERT_FALSE(alerts.messages.isEmpty());
     EXPECT_EQ(alerts.messages.last(), QStringLiteral("The FPGA update failed: echo failed, try again"));
-    ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == emu::EmulatedUnit::Mode::Normal; }, 3000));
+    ASSERT_TRUE(waitUntil([&] { return host.unit().mode() == rz48::emu::EmulatedUnit::Mode::Normal; }, 3000));
 
     host.unit().setUpdateFaults(Faults {.noReady = true});
     label->clear();
