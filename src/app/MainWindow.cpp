@@ -11,6 +11,7 @@
 #include "windows/WindowPlacement.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QIcon>
 #include <QCoreApplication>
 #include <QKeySequence>
@@ -69,14 +70,12 @@ void MainWindow::addPanelMenus()
     quit->setShortcut(QKeySequence::Quit);
 
     // One update at a time, and the port left alone while one runs.
-    connect(view_->updates(), &UpdateController::updatingChanged, this, [micro, fpga, this](bool updating) {
-        for (QAction* action : {micro, fpga, findChild<QAction*>(QStringLiteral("menuUnitReconnect")),
-                                findChild<QAction*>(QStringLiteral("menuUnitPort")), findChild<QAction*>(QStringLiteral("menuUnitLoadSetup")),
-                                findChild<QAction*>(QStringLiteral("menuUnitRevertSetup")), findChild<QAction*>(QStringLiteral("menuUnitSaveSetup")),
-                                findChild<QAction*>(QStringLiteral("menuUnitCompareSetup"))})
-            if (action)
-                action->setEnabled(!updating);
-    });
+    auto* notWhileUpdating = new QActionGroup(this);
+    notWhileUpdating->setExclusive(false);
+    connect(view_->updates(), &UpdateController::updatingChanged, notWhileUpdating,
+            [notWhileUpdating](bool updating) { notWhileUpdating->setEnabled(!updating); });
+    notWhileUpdating->addAction(micro);
+    notWhileUpdating->addAction(fpga);
 
     QMenu* windows = menuBar()->addMenu(tr("&Window"));
     QAction* cueList = windows->addAction(tr("&Cue list"), this, cues(&CueDocument::showWindows));
@@ -102,6 +101,8 @@ void MainWindow::addPanelMenus()
             link->choosePort();
     });
     port->setObjectName(QStringLiteral("menuUnitPort"));
+    notWhileUpdating->addAction(reconnect);
+    notWhileUpdating->addAction(port);
     unit->addSeparator();
     SetupController* setups = view_->setups();
     const std::pair<const char*, std::pair<QString, void (SetupController::*)()>> setupCommands[] = {
@@ -110,8 +111,11 @@ void MainWindow::addPanelMenus()
         {"menuUnitCompareSetup", {tr("&Compare with unit..."), &SetupController::menuCompareSetup}},
         {"menuUnitRevertSetup", {tr("Re&vert to connection setup"), &SetupController::menuRevertSetup}},
     };
-    for (const auto& [name, command] : setupCommands)
-        unit->addAction(command.first, setups, command.second)->setObjectName(QLatin1String(name));
+    for (const auto& [name, command] : setupCommands) {
+        QAction* action = unit->addAction(command.first, setups, command.second);
+        action->setObjectName(QLatin1String(name));
+        notWhileUpdating->addAction(action);
+    }
 
     // Where the unit is, at all times.
     auto* status = new QLabel(this);

@@ -20,9 +20,12 @@
 #include <QFileInfo>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
 #include <cstring>
 #include <cstdio>
 #include <memory>
@@ -30,10 +33,15 @@
 namespace {
 
 volatile std::sig_atomic_t g_interrupted = 0; // SIGINT and SIGTERM received
+int g_signalPipe[2] = {-1, -1};                // a byte a signal: wakes the event loop
 
 void onSignal(int)
 {
     g_interrupted = g_interrupted + 1;
+    if (g_signalPipe[1] >= 0) {
+        const char byte = 1;
+        [[maybe_unused]] const ssize_t n = ::write(g_signalPipe[1], &byte, 1);
+    }
 }
 
 } // namespace
@@ -194,29 +202,51 @@ int main(int argc, char** argv)
         openFiles(files);
     delegate.applicationDidFinishLaunching();
 
+    // A signal wakes the event loop through a pipe: nothing polls for one.
+    if (::pipe(g_signalPipe) == 0)
+        for (int fd : g_signalPipe) {
+            ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+            ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+        }
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
-    QTimer poll;
-    const QString shotFile = parser.value(screenshot);
     std::sig_atomic_t heldSignals = 0;
-    QObject::connect(&poll, &QTimer::timeout, &app, [&] {
-        if (g_interrupted) {
-            // An update is not cut short by a signal: the first one is held
-            // until the update ends; a second one quits at once.
-            UpdateController* updates = window.view()->updates();
-            if (updates->isUpdating() && g_interrupted > 1 && g_interrupted > heldSignals) {
-                std::fprintf(stderr, "rz48panel: quitting now; the update is stopped\n");
-                updates->stop();
-            } else if (updates->isUpdating()) {
-                if (heldSignals == 0)
-                    std::fprintf(stderr, "rz48panel: an update is running; quitting when it ends "
-                                         "(a second signal quits now and leaves the unit without a working program)\n");
-                heldSignals = g_interrupted;
-                return;
-            }
-            window.close();
+    const auto onInterrupt = [&] {
+        if (!g_interrupted)
+            return;
+        // An update is not cut short by a signal: the first one is held
+        // until the update ends; a second one quits at once.
+        UpdateController* updates = window.view()->updates();
+        if (updates->isUpdating() && g_interrupted > 1 && g_interrupted > heldSignals) {
+            std::fprintf(stderr, "rz48panel: quitting now; the update is stopped\n");
+            updates->stop();
+        } else if (updates->isUpdating()) {
+            if (heldSignals == 0)
+                std::fprintf(stderr, "rz48panel: an update is running; quitting when it ends "
+                                     "(a second signal quits now and leaves the unit without a working program)\n");
+            heldSignals = g_interrupted;
             return;
         }
+        window.close();
+    };
+    QSocketNotifier signalNotifier(g_signalPipe[0], QSocketNotifier::Read);
+    signalNotifier.setEnabled(g_signalPipe[0] >= 0);
+    QObject::connect(&signalNotifier, &QSocketNotifier::activated, &app, [&] {
+        char drain[16];
+        while (::read(g_signalPipe[0], drain, sizeof drain) > 0) {
+        }
+        onInterrupt();
+    });
+    // A signal held during an update takes effect once it has ended.
+    QObject::connect(window.view()->updates(), &UpdateController::updatingChanged, &app, [&](bool updating) {
+        if (!updating && g_interrupted)
+            QTimer::singleShot(0, &app, onInterrupt);
+    });
+
+    // --screenshot: the windows are written once the unit's state has come in.
+    QTimer poll;
+    const QString shotFile = parser.value(screenshot);
+    QObject::connect(&poll, &QTimer::timeout, &app, [&] {
         if (!shotFile.isEmpty() && window.view()->startupSettled()) {
             // The unit output window beside them, once it shows a frame.
             OutputController* outputs = window.view()->outputs();
@@ -245,7 +275,8 @@ int main(int argc, char** argv)
                 QCoreApplication::exit(1);
         }
     });
-    poll.start(100);
+    if (!shotFile.isEmpty())
+        poll.start(100);
 
     const int result = app.exec();
     rz48::setAlertSink(nullptr);

@@ -75,6 +75,7 @@ void UpdateController::onTransferQueued()
 {
     const int queued = link_ ? link_->txCount() : 0;
     progress_downcount = kProgressHideTicks;
+    emit countingDown();
     if (progressBarUpdate->isHidden()) {
         progressBarUpdate->show();
         labelUpdate->show();

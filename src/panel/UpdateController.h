@@ -75,6 +75,8 @@ signals:
     void linkBack();
     // A "k" report said which firmware the unit runs.
     void firmwareReported();
+    // The transfer's progress hides after so many timer ticks from now.
+    void countingDown();
 
 private:
     enum class Kind { Micro, Fpga };

@@ -31,6 +31,10 @@
 namespace {
 
 constexpr int kUpdateTab = 2;
+// The timer ticks every 100 ms while the Update tab counts down to hiding
+// its progress, and once a second while nothing counts.
+constexpr int kServiceMs = 100;
+constexpr int kIdleServiceMs = 1000;
 
 QString shortVersion()
 {
@@ -50,8 +54,12 @@ rz48View::rz48View(QWidget* parent)
     registerReports();
     rz48::applyTooltips(this);
     aTimer = new QTimer(this);
-    aTimer->setInterval(100);
+    aTimer->setInterval(kIdleServiceMs);
     connect(aTimer, &QTimer::timeout, this, &rz48View::timer_service);
+    connect(updates_, &UpdateController::countingDown, aTimer, [this] {
+        if (aTimer->isActive() && aTimer->interval() != kServiceMs)
+            aTimer->start(kServiceMs);
+    });
 }
 
 rz48View::~rz48View() = default;
@@ -228,6 +236,8 @@ void rz48View::processRxString(const QString& line)
 void rz48View::timer_service()
 {
     updates_->timer_service();
+    if (updates_->progressDowncount() == 0 && aTimer->interval() != kIdleServiceMs)
+        aTimer->setInterval(kIdleServiceMs);
 }
 
 bool rz48View::startupSettled() const
