@@ -78,8 +78,6 @@ public:
     bool isRunning() const { return thread_.joinable(); }
     // The running body's abort flag (false when none runs).
     bool aborting() const { return context_ && context_->aborting(); }
-    std::atomic<bool>* abortFlag() const { return context_ ? &context_->abort : nullptr; }
-    void setStopLimit(std::chrono::milliseconds limit) { stopLimit_ = limit; }
 
 private:
     struct Finish;

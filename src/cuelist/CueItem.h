@@ -39,9 +39,6 @@ public:
     // Reads `keys` key and value pairs (the five texts of an older archive).
     static CueItem initWithCoder(QDataStream& in, quint32 keys = 5);
 
-    // Whether the cue has what the cue sheet cannot hold.
-    bool hasSessionFields() const { return !character.isEmpty() || !reason.isEmpty() || status != CueStatus::Todo; }
-
     bool operator==(const CueItem& o) const
     {
         return cueId == o.cueId && cueIn == o.cueIn && cueOut == o.cueOut && cueText == o.cueText && cueNotes == o.cueNotes

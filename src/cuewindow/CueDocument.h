@@ -148,7 +148,6 @@ public:
     void setLink(rz48::link::UnitLink* link) { link_ = link; }
     double offset() const { return offset_; }
     void setOffset(double offset) { offset_ = offset; }
-    MidiTrack& midiTrack() { return midiTrack_; }
     TcCalculator& tcc() { return tcc_; }
     QString name;
     QString collectionDescription;

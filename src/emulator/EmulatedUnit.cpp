@@ -299,8 +299,6 @@ void EmulatedUnit::setFields(char letter, const std::vector<int64_t>& values)
         it->second.values[i] = values[i];
 }
 
-std::array<uint8_t, EmulatedUnit::kSettingsSize> EmulatedUnit::settingsArea() const { return locked(area_); }
-
 void EmulatedUnit::setSettingsArea(const std::array<uint8_t, kSettingsSize>& area)
 {
     std::lock_guard lock(mutex_);

@@ -73,7 +73,6 @@ public:
     Mode mode() const;
     // The microcontroller's program flash (64 KiB) as the last update left it.
     std::vector<uint8_t> flash() const;
-    int recordsAcknowledged() const;
     // Everything received in FPGA download mode, batches without their CR.
     std::string downloadText() const;
     int downloadBatches() const;
@@ -84,7 +83,6 @@ public:
     int probeCount() const;
     std::vector<int64_t> fields(char letter) const; // current fields of a setting
     void setFields(char letter, const std::vector<int64_t>& values);
-    std::array<uint8_t, kSettingsSize> settingsArea() const;
     void setSettingsArea(const std::array<uint8_t, kSettingsSize>& area);
 
     // What shows on the picture: the settings, the text, the recent
@@ -147,7 +145,6 @@ private:
     UpdateFaults faults_;
     int preloadIndex_ = 0;
     int recordIndex_ = 0;
-    int acknowledged_ = 0;
     std::string updateLine_;
     std::vector<uint8_t> flash_ = std::vector<uint8_t>(65536, 0xFF);
     Clock::time_point eraseDue_ {};

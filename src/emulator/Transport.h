@@ -31,8 +31,6 @@ public:
     // end <= first.
     void setLoop(int64_t first, int64_t end, bool on);
     bool looping() const { return loopOn_ && loopEnd_ > loopFirst_; }
-    int64_t loopFirst() const { return loopFirst_; }
-    int64_t loopEnd() const { return loopEnd_; }
 
     // The frame shown at `now`.
     int64_t frameAt(Clock::time_point now) const;
@@ -41,8 +39,6 @@ public:
     int64_t indexAt(Clock::time_point now) const;
     Clock::time_point dueOf(int64_t index) const;
     int64_t frameOfIndex(int64_t index) const;
-    // The frame's place on the timecode's time line, in ticks.
-    int64_t ticksOfFrame(int64_t frame) const { return frame * frameRateOf(type_).periodTicks; }
 
 private:
     int64_t wrapped(int64_t frame) const;

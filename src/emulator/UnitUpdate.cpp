@@ -96,7 +96,6 @@ std::string EmulatedUnit::handleRecord(const std::string& line)
     }
     if (index == faults_.nakRecord)
         return {};
-    ++acknowledged_;
     return "\x06";
 }
 
@@ -123,8 +122,6 @@ void EmulatedUnit::powerCycle()
 EmulatedUnit::Mode EmulatedUnit::mode() const { return locked(mode_); }
 
 std::vector<uint8_t> EmulatedUnit::flash() const { return locked(flash_); }
-
-int EmulatedUnit::recordsAcknowledged() const { return locked(acknowledged_); }
 
 std::string EmulatedUnit::downloadText() const { return locked(downloadText_); }
 

@@ -31,7 +31,6 @@ public:
     // Where the search looks. Defaults: "/dev"; "tty.usbserial" (and
     // "ttyUSB" on Linux).
     void setSearchDirectory(const QString& directory) { searchDirectory_ = directory; }
-    void setNamePatterns(const QStringList& patterns) { namePatterns_ = patterns; }
     // A port named explicitly is the only one probed; the search is skipped.
     void setExplicitPort(const QString& path) { explicitPort_ = path; }
     // Replaces the platform's driver check (for tests and other platforms);

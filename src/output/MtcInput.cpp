@@ -37,11 +37,6 @@ MtcInput::~MtcInput()
     close();
 }
 
-bool MtcInput::isOpen() const
-{
-    return seq_ != nullptr;
-}
-
 bool MtcInput::open(QString* why)
 {
     if (seq_)

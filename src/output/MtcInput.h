@@ -24,7 +24,6 @@ public:
     // Opens the sequencer port; false with the reason when it cannot.
     bool open(QString* why);
     void close();
-    bool isOpen() const;
     // Called with each new position (and when the source stops).
     void onPosition(std::function<void(const rz48::emu::MtcDecoder::Position&)> handler) { handler_ = std::move(handler); }
 

@@ -47,10 +47,6 @@ public:
     Q_INVOKABLE void threadNeedsTxText() { sendTextParams(); }
 
     // Handlers.
-    void onRadioAnnunciatorOff() { annunciatorMode(0); }
-    void onRadioAnnunciatorRehearse() { annunciatorMode(1); }
-    void onRadioAnnunciatorRecord() { annunciatorMode(2); }
-    void onRadioAnnunciatorPlayback() { annunciatorMode(3); }
     void onShowSampleText();
     void onClearSampleText();
     void onradioButtonMidi();

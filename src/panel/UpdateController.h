@@ -56,7 +56,6 @@ public:
     // The cue transfer under way stopped early: its result line says so.
     void transferStoppedEarly(const QString& note) { transferNote_ = note; }
 
-    rz48::update::UpdateProcedure* procedure() const { return procedure_; }
     MicroUpdateThread* microUpdateThread() const { return procedure_->microUpdateThread(); }
     FirmwareUpdateThread* firmwareUpdateThread() const { return procedure_->firmwareUpdateThread(); }
     uint32_t progressDowncount() const { return progress_downcount; }
