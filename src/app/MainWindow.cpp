@@ -45,7 +45,7 @@ MainWindow::MainWindow(QWidget* parent)
     scroll->setWidget(view_);
     setCentralWidget(scroll);
     resize(1280, 820); // the previews readable; smaller screens get what they have
-    rz48::fitOnScreen(this);
+    rz48::placeWindow(this);
 }
 
 void MainWindow::addPanelMenus()
@@ -88,6 +88,14 @@ void MainWindow::addPanelMenus()
     output->setObjectName(QStringLiteral("menuWindowUnitOutput"));
     output->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
 
+    // The window commands work from the cue window too.
+    auto inBothWindows = [this](std::initializer_list<QAction*> actions) {
+        if (CueDocument* document = view_->cueDocument(); document && document->window())
+            for (QAction* action : actions)
+                document->window()->addAction(action);
+    };
+    inBothWindows({quit, cueList, output});
+
     QMenu* unit = menuBar()->addMenu(tr("&Unit"));
     unit->setObjectName(QStringLiteral("menuUnit"));
     QAction* reconnect = unit->addAction(tr("&Reconnect"), this, [this] {
@@ -98,9 +106,10 @@ void MainWindow::addPanelMenus()
     reconnect->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     QAction* port = unit->addAction(tr("&Port..."), this, [this] {
         if (rz48::link::UnitLink* link = view_->link())
-            link->choosePort();
+            link->choosePort(view_->updates()->firmwareVersion());
     });
     port->setObjectName(QStringLiteral("menuUnitPort"));
+    inBothWindows({reconnect});
     notWhileUpdating->addAction(reconnect);
     notWhileUpdating->addAction(port);
     unit->addSeparator();
@@ -127,6 +136,12 @@ void MainWindow::addPanelMenus()
             status->setToolTip(link->reasons().join(u'\n'));
         }
     };
+    if (view_->isSimulated()) {
+        auto* simulated = new QLabel(tr("simulated unit"), this);
+        simulated->setObjectName(QStringLiteral("labelSimulatedUnit"));
+        simulated->setToolTip(tr("The panel talks to its own emulated unit (--simulate), not to an RZ-48."));
+        statusBar()->addPermanentWidget(simulated);
+    }
     connect(view_->link(), &rz48::link::UnitLink::stateChanged, status, showState);
     connect(view_->updates(), &UpdateController::firmwareReported, status, showState);
     showState();
@@ -151,18 +166,21 @@ void MainWindow::addPanelMenus()
     QMenu* help = menuBar()->addMenu(tr("&Help"));
     help->setObjectName(QStringLiteral("menuHelp"));
     QAction* keys = help->addAction(tr("&Keyboard shortcuts"), this, [] {
-        rz48::showAlert(tr("Keyboard shortcuts"), shortcutsText());
+        rz48::showInformation(tr("Keyboard shortcuts"), shortcutsText());
     });
     keys->setObjectName(QStringLiteral("menuHelpShortcuts"));
     QAction* about = help->addAction(tr("&About the RZ-48 panel"), this, [this] {
-        rz48::showAlert(tr("RZ-48 panel %1").arg(QCoreApplication::applicationVersion()), aboutText());
+        rz48::showInformation(tr("RZ-48 panel %1").arg(QCoreApplication::applicationVersion()), aboutText());
     });
     about->setObjectName(QStringLiteral("menuHelpAbout"));
 }
 
 void MainWindow::showSelfTest(const QString& name, bool passed, const QString& output)
 {
-    rz48::showAlert(passed ? tr("%1 passed").arg(name) : tr("%1 FAILED").arg(name), output);
+    if (passed)
+        rz48::showInformation(tr("%1 passed").arg(name), output);
+    else
+        rz48::showError(tr("%1 FAILED").arg(name), output);
 }
 
 QString MainWindow::aboutText() const
@@ -182,15 +200,27 @@ QString MainWindow::aboutText() const
 
 QString MainWindow::shortcutsText()
 {
-    return tr("Ctrl+N  a new, empty cue list\n"
-              "Ctrl+O  open a cue sheet (appends to the list)\n"
-              "Ctrl+S  save the cue sheet (Ctrl+Shift+S: save as)\n"
-              "Ctrl+Z / Ctrl+Shift+Z  undo / redo a change of the cue list (cue list window)\n"
+    return tr("In both windows (the panel and the cue list):\n"
+              "Ctrl+N  a new, empty cue list\n"
+              "Ctrl+O  open a cue list\n"
+              "Ctrl+S  save the cue list; Ctrl+Shift+S  save it as...\n"
+              "Ctrl+I / Ctrl+E  import / export cues\n"
+              "Ctrl+P  export the cue sheet as PDF\n"
               "Ctrl+L  show the cue list window\n"
-              "Ctrl+Shift+O  show the unit's output (F11 in it: full screen, Esc: back)\n"
-              "Ctrl+R  look for the unit again (every port)\n"
-              "Ctrl+C / Ctrl+V  copy / paste cues (cue list window)\n"
+              "Ctrl+Shift+O  show the unit's output\n"
+              "Ctrl+R  reconnect: close the port and look for the unit on every port\n"
               "Ctrl+Q  quit\n"
-              "Up / Down, mouse wheel  step a value by one (steppers)\n"
+              "\n"
+              "In the cue list window:\n"
+              "Ctrl+Z / Ctrl+Shift+Z  undo / redo a change of the cue list\n"
+              "Ctrl+C / Ctrl+V  copy / paste cues\n"
+              "Ctrl+D  mark the selected cues done (or back to do)\n"
+              "\n"
+              "In the unit output window:\n"
+              "F11  full screen; Esc  back\n"
+              "\n"
+              "On a control:\n"
+              "Up / Down, mouse wheel  step a value by one (steppers, sliders)\n"
+              "Page Up / Page Down  step a slider by a sixteenth of its range\n"
               "Return or Tab  send a typed value");
 }

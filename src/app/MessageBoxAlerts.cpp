@@ -1,13 +1,24 @@
 #include "app/MessageBoxAlerts.h"
 
-#include <QCoreApplication>
-#include <QInputDialog>
-
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QPushButton>
 
-void MessageBoxAlerts::showAlert(const QString& message, const QString& informative)
+namespace {
+
+QMessageBox::Icon iconOf(rz48::AlertKind kind)
+{
+    switch (kind) {
+    case rz48::AlertKind::Information: return QMessageBox::Information;
+    case rz48::AlertKind::Warning: return QMessageBox::Warning;
+    case rz48::AlertKind::Error: return QMessageBox::Critical;
+    }
+    return QMessageBox::Warning;
+}
+
+} // namespace
+
+void MessageBoxAlerts::showAlert(const QString& message, const QString& informative, rz48::AlertKind kind)
 {
     // The same alert while it is still open is not stacked on itself.
     std::erase_if(open_, [](const QPointer<QMessageBox>& b) { return b.isNull(); });
@@ -17,7 +28,7 @@ void MessageBoxAlerts::showAlert(const QString& message, const QString& informat
             return;
         }
     }
-    auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("RZ48"), message, QMessageBox::Ok, parent_);
+    auto* box = new QMessageBox(iconOf(kind), rz48::alertTitle(), message, QMessageBox::Ok, parent_);
     box->setInformativeText(informative);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(parent_ ? Qt::WindowModal : Qt::ApplicationModal);
@@ -27,7 +38,7 @@ void MessageBoxAlerts::showAlert(const QString& message, const QString& informat
 
 rz48::SaveChoice MessageBoxAlerts::askSaveChanges(const QString& message)
 {
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("RZ48"), message,
+    QMessageBox box(QMessageBox::Warning, rz48::alertTitle(), message,
                     QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, parent_);
     box.setDefaultButton(QMessageBox::Save);
     switch (box.exec()) {
@@ -72,7 +83,7 @@ QString FileDialogPanel::openPath(const QString& title, const QStringList& suffi
 int MessageBoxAlerts::askButtons(const QString& message, const QString& informative, const QStringList& buttons,
                                  int defaultButton, int escapeButton)
 {
-    QMessageBox box(QMessageBox::Question, QStringLiteral("RZ48"), message, QMessageBox::NoButton, parent_);
+    QMessageBox box(QMessageBox::Question, rz48::alertTitle(), message, QMessageBox::NoButton, parent_);
     box.setInformativeText(informative);
     QList<QPushButton*> made;
     for (qsizetype i = 0; i < buttons.size(); ++i)
@@ -84,11 +95,4 @@ int MessageBoxAlerts::askButtons(const QString& message, const QString& informat
     box.exec();
     const qsizetype pressed = made.indexOf(qobject_cast<QPushButton*>(box.clickedButton()));
     return pressed >= 0 ? int(pressed) : escapeButton;
-}
-
-int MessageBoxAlerts::askChoice(const QString& message, const QStringList& choices)
-{
-    bool ok = false;
-    const QString chosen = QInputDialog::getItem(parent_, QCoreApplication::applicationName(), message, choices, 0, false, &ok);
-    return ok ? int(choices.indexOf(chosen)) : -1;
 }

@@ -16,9 +16,8 @@ public:
         : parent_(parent)
     {
     }
-    void showAlert(const QString& message, const QString& informative) override;
+    void showAlert(const QString& message, const QString& informative, rz48::AlertKind kind) override;
     rz48::SaveChoice askSaveChanges(const QString& message) override;
-    int askChoice(const QString& message, const QStringList& choices) override;
     int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton,
                    int escapeButton) override;
 

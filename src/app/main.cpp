@@ -60,7 +60,7 @@ int main(int argc, char** argv)
     parser.setApplicationDescription(QStringLiteral(
         "Control panel for the RZ-48 video overlay unit.\n"
         "Finds the unit on a USB serial port (entries of /dev whose names contain\n"
-        "tty.usbserial or ttyUSB), reads all of its settings, shows them as controls\n"
+        "tty.usbserial, ttyUSB or ttyACM), reads all of its settings, shows them as controls\n"
         "and writes every change back to the unit at once.\n"
         "Exit status: 0 done, 1 no display, or the emulated unit or a screenshot failed, 2 wrong usage,\n"
         "3 (--list-ports) no unit answered."));

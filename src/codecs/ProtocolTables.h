@@ -31,6 +31,11 @@ inline constexpr std::array<const char*, 16> kSdiGenerators = {
     "GENERATOR_OFF",
 };
 
+// The input colour spaces, by the number the unit reports.
+inline constexpr std::array<const char*, 6> kColorSpaces = {
+    "RGB full range", "RGB limited range", "YCbCr 4:4:4 BT.709", "YCbCr 4:2:2 BT.709", "YCbCr 4:4:4 BT.601", "YCbCr 4:2:2 BT.601",
+};
+
 // Every one but "M 15" is a bare query; "M 15" switches the test generator
 // off at every start, on purpose.
 inline constexpr std::array<const char*, 17> kStartupQueries = {

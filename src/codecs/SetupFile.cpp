@@ -1,6 +1,7 @@
 #include "codecs/SetupFile.h"
 
 #include "codecs/ProtocolLetters.h"
+#include "codecs/SetupWords.h"
 #include "common/FieldScanner.h"
 #include "common/FileIo.h"
 
@@ -61,8 +62,10 @@ QByteArray formatSetup(const Setup& setup)
     QByteArray text;
     for (const QString& comment : setup.comments)
         text += "# " + comment.toUtf8() + '\n';
+    // Each setting says what it sets on a line of its own above it: the
+    // setting's line itself is sent to the unit as it stands.
     for (const QString& line : setup.lines)
-        text += line.toUtf8() + '\n';
+        text += "# " + commentFor(line).toUtf8() + '\n' + line.toUtf8() + '\n';
     return text;
 }
 
@@ -144,6 +147,9 @@ bool parseSetup(const QByteArray& text, Setup& setup, int* badLine, QString* why
         }
         setup.lines << formatCommand(*f, values); // as the unit's report would give it
     }
+    // The comments a saved file writes above its settings are not the setup's own.
+    for (const QString& line : setup.lines)
+        setup.comments.removeAll(commentFor(line));
     if (setup.lines.isEmpty()) {
         number = 0;
         return refuse(QStringLiteral("no setting line (a setup has lines for %1)").arg(QLatin1String(kLetters)));

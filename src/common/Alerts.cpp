@@ -12,10 +12,10 @@ void setAlertSink(AlertSink* sink)
     g_sink = sink;
 }
 
-void showAlert(const QString& message, const QString& informative)
+void showAlert(const QString& message, const QString& informative, AlertKind kind)
 {
     if (g_sink) {
-        g_sink->showAlert(message, informative);
+        g_sink->showAlert(message, informative, kind);
         return;
     }
     diag("alert: %s\n", message.toUtf8().constData());
@@ -26,11 +26,6 @@ void showAlert(const QString& message, const QString& informative)
 SaveChoice askSaveChanges(const QString& message)
 {
     return g_sink ? g_sink->askSaveChanges(message) : SaveChoice::Discard;
-}
-
-int askChoice(const QString& message, const QStringList& choices)
-{
-    return g_sink ? g_sink->askChoice(message, choices) : -1;
 }
 
 int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton, int escapeButton)

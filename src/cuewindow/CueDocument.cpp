@@ -32,6 +32,7 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSortFilterProxyModel>
+#include <QTimer>
 #include <QVBoxLayout>
 
 
@@ -46,7 +47,19 @@ CueDocument::CueDocument(QObject* parent)
     history_ = new CueHistory(controller_, [this] { return nativeList(); }, this);
     // Undoing back to the saved list leaves nothing unsaved.
     connect(history_, &CueHistory::cleanChanged, this, [this](bool clean) { setModified(!clean); });
-    auto touched = [this] { setModified(true); };
+    // Every change of the list (Clear all, New, Undo included) also renews the
+    // check's findings on show, once the change is whole.
+    auto touched = [this] {
+        setModified(true);
+        if (findings_ && !findings_->isHidden() && !findingsDue_) {
+            findingsDue_ = true;
+            QTimer::singleShot(0, this, [this] {
+                findingsDue_ = false;
+                if (findings_ && !findings_->isHidden())
+                    onCheck();
+            });
+        }
+    };
     connect(controller_, &QAbstractItemModel::dataChanged, this, touched);
     connect(controller_, &QAbstractItemModel::rowsInserted, this, touched);
     connect(controller_, &QAbstractItemModel::rowsRemoved, this, touched);
@@ -162,7 +175,10 @@ void CueDocument::makeWindowControllers()
     comboBoxMidiTcType = rz48::widgets::comboBox(QStringLiteral("comboBoxMidiTcType"),
                                                  {tr("24 fps"), tr("25 fps"), tr("30 fps drop-frame"), tr("30 fps")}, central);
     comboBoxMidiTcType->setCurrentIndex(3);
-    connect(comboBoxMidiTcType, &QComboBox::activated, this, [this] { setModified(true); });
+    connect(comboBoxMidiTcType, &QComboBox::activated, this, [this](int tctype) {
+        setModified(true);
+        emit timecodeTypeChanged(tctype);
+    });
     options->addWidget(new QLabel(tr("MIDI start"), central), 1, 1);
     options->addWidget(textBoxMidiStart, 1, 2);
     options->addWidget(comboBoxMidiTcType, 1, 3);
@@ -259,7 +275,10 @@ void CueDocument::applyOptions(const rz48::cuesheet::Options& o)
     checkBoxCueIdInText->setChecked(o.cueId);
     checkBoxPulldown->setChecked(o.pulldown);
     textBoxMidiStart->setText(o.start);
+    const int before = comboBoxMidiTcType->currentIndex();
     comboBoxMidiTcType->setCurrentIndex(o.tctype >= 0 && o.tctype < comboBoxMidiTcType->count() ? o.tctype : -1);
+    if (comboBoxMidiTcType->currentIndex() != before && comboBoxMidiTcType->currentIndex() >= 0)
+        emit timecodeTypeChanged(comboBoxMidiTcType->currentIndex());
 }
 
 QString CueDocument::stringFromCueTable() const
@@ -327,21 +346,21 @@ QList<rz48::cuecheck::Finding> CueDocument::onCheck()
     return findings;
 }
 
-bool CueDocument::checkedBefore(const QString& action)
+bool CueDocument::checkedBefore(const QString& action, const QString& button)
 {
     const QList<rz48::cuecheck::Finding> findings = onCheck();
     const auto errors = std::count_if(findings.begin(), findings.end(),
                                       [](const rz48::cuecheck::Finding& f) { return f.severity == rz48::cuecheck::Severity::Error; });
     if (errors == 0)
         return true;
-    return rz48::askChoice(tr("The check found %1 error(s) in the cue list (listed under the table). %2 anyway?").arg(errors).arg(action),
-                           {tr("Cancel"), tr("%1 anyway").arg(action)})
+    return rz48::askButtons(tr("The check found %1 error(s) in the cue list (listed under the table). %2 anyway?").arg(errors).arg(action),
+                            QString(), {tr("Cancel"), button}, 0, 0)
         == 1;
 }
 
 void CueDocument::onTxInOuts()
 {
-    if (!checkedBefore(tr("Send the In/Outs")))
+    if (!checkedBefore(tr("Send the In/Outs"), tr("Send anyway")))
         return;
     const QStringList commands = rz48::cuesheet::txInOutsCommands(collection(), tcc_);
     for (const QString& command : commands)

@@ -159,12 +159,14 @@ public:
 signals:
     // An In/Out transfer stopped before the end of the list: where, and how much was sent.
     void transferStopped(const QString& note);
+    // The list's timecode type changed (another list opened, or the operator chose one).
+    void timecodeTypeChanged(int tctype);
 
 private:
     void send(const QString& command);
     void showTitle();
     // Runs the check before `action`; false when it found errors and the operator stays.
-    bool checkedBefore(const QString& action);
+    bool checkedBefore(const QString& action, const QString& button);
     // Whether the list may be saved to `path`: a sheet would drop the
     // session's fields, so the operator is asked (and may save the list's
     // own file instead).
@@ -191,6 +193,7 @@ private:
     QPointer<QMainWindow> window_;
     CueTableView* table_ = nullptr;
     CueCheckPane* findings_ = nullptr;
+    bool findingsDue_ = false; // the findings are renewed with the next turn
     QCheckBox* checkBoxDuplicate = nullptr;
     QCheckBox* checkBoxMidnightCalc = nullptr;
     QCheckBox* checkBoxExportText = nullptr;

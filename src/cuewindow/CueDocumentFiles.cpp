@@ -39,7 +39,8 @@ void addSheetCommands(QMenu* menu, const std::function<CueDocument*()>& document
         {"menuFileNew", CueDocument::tr("&New cue list"), &CueDocument::menuFileNew, QKeySequence::New},
         {"menuFileOpen", CueDocument::tr("&Open cue list..."), &CueDocument::menuFileOpen, QKeySequence::Open},
         {"menuFileSave", CueDocument::tr("&Save cue list"), &CueDocument::menuFileSave, QKeySequence::Save},
-        {"menuFileSaveAs", CueDocument::tr("Save cue list &as..."), &CueDocument::menuFileSaveAs, QKeySequence::SaveAs},
+        {"menuFileSaveAs", CueDocument::tr("Save cue list &as..."), &CueDocument::menuFileSaveAs,
+         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S)}, // the standard key is empty under a plain X session
         {"menuFileImport", CueDocument::tr("&Import cues..."), &CueDocument::menuFileImport, QKeySequence(Qt::CTRL | Qt::Key_I)},
         {"menuFileExport", CueDocument::tr("&Export cues..."), &CueDocument::menuFileExport, QKeySequence(Qt::CTRL | Qt::Key_E)},
         {"menuFileExportPdf", CueDocument::tr("Export cue sheet as &PDF..."), &CueDocument::menuFileExportPdf, QKeySequence::Print},
@@ -163,7 +164,7 @@ bool CueDocument::openFile(const QString& path)
     if (opened)
         rz48::diag("cue list opened: %s\n", qPrintable(path));
     else
-        rz48::showAlert(tr("cannot open %1").arg(path), error);
+        rz48::showError(tr("cannot open %1").arg(path), error);
     showWindows();
     return opened;
 }
@@ -187,7 +188,7 @@ bool CueDocument::sheetMayDrop(const QString& path)
         const QString native = rz48::askSavePathAmong(tr("Save cue list"), {kNative});
         QString error;
         if (!native.isEmpty() && !saveList(native, &error))
-            rz48::showAlert(tr("cannot save %1").arg(native), error);
+            rz48::showError(tr("cannot save %1").arg(native), error);
     }
     return choice == SaveSheet;
 }
@@ -202,7 +203,7 @@ void CueDocument::menuFileSave()
         return;
     QString error;
     if (!saveList(filePath_, &error))
-        rz48::showAlert(tr("cannot save %1").arg(filePath_), error);
+        rz48::showError(tr("cannot save %1").arg(filePath_), error);
 }
 
 void CueDocument::menuFileSaveAs()
@@ -217,7 +218,7 @@ void CueDocument::menuFileSaveAs()
     const bool written = saveList(path, &error);
     rz48::diag("status: %d\n", written ? 1 : 0);
     if (!written)
-        rz48::showAlert(tr("cannot save %1").arg(path), error);
+        rz48::showError(tr("cannot save %1").arg(path), error);
 }
 
 void CueDocument::menuFileExportPdf()
@@ -247,7 +248,7 @@ void CueDocument::menuFileExportPdf()
     QString error;
     const QByteArray bytes = rz48::print::cueSheetPdf(list, pdf, nullptr, &error);
     if (bytes.isEmpty() || !rz48::writeFileAtomically(path, bytes, &error))
-        rz48::showAlert(tr("cannot write %1").arg(path), error);
+        rz48::showError(tr("cannot write %1").arg(path), error);
 }
 
 void CueDocument::menuFileOpen()

@@ -61,7 +61,7 @@ bool CueDocument::importFile(const QString& path)
     QByteArray bytes;
     QString error;
     if (!rz48::readFileBounded(path, rz48::native::kMaxBytes, bytes, &error)) {
-        rz48::showAlert(tr("cannot import %1").arg(path), error);
+        rz48::showError(tr("cannot import %1").arg(path), error);
         return false;
     }
     if (claimedFormat(bytes, path).isEmpty()) {
@@ -92,7 +92,7 @@ void CueDocument::menuFileExport()
                                : rz48::formats::writeMidiMarkers(arrangedObjects(), o.tctype, o.start);
     QString error;
     if (!rz48::writeFileAtomically(path, bytes, &error))
-        rz48::showAlert(tr("cannot write %1").arg(path), error);
+        rz48::showError(tr("cannot write %1").arg(path), error);
 }
 
 bool CueDocument::dropFiles(const QStringList& paths, bool linkOffered)

@@ -17,7 +17,7 @@ constexpr qint64 kMaxMidiBytes = 16 * 1024 * 1024;
 
 void CueDocument::onExportMidi()
 {
-    if (collection().isEmpty() || !checkedBefore(tr("Export the MIDI file")))
+    if (collection().isEmpty() || !checkedBefore(tr("Export the MIDI file"), tr("Export anyway")))
         return;
     OnSort();
     const rz48::cuesheet::Options o = options();
@@ -29,7 +29,7 @@ void CueDocument::onExportMidi()
         path += QStringLiteral(".mid");
     QString error;
     if (!rz48::writeFileAtomically(path, file, &error))
-        rz48::showAlert(tr("cannot write %1").arg(path), error);
+        rz48::showError(tr("cannot write %1").arg(path), error);
 }
 
 void CueDocument::onImportMidi()
@@ -40,7 +40,7 @@ void CueDocument::onImportMidi()
     QByteArray bytes;
     QString error;
     if (!rz48::readFileBounded(path, kMaxMidiBytes, bytes, &error)) {
-        rz48::showAlert(tr("cannot open %1").arg(path), error);
+        rz48::showError(tr("cannot open %1").arg(path), error);
         return;
     }
     midiTrack_.importListing(bytes);

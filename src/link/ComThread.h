@@ -46,8 +46,9 @@ public:
     // For support: every candidate port and what was found on it (opened
     // or why not, answered the probe or not, skipped as another vendor's
     // adapter), and adapters without a port.
-    // The ports where a unit answered go into `answering`.
-    QStringList listPorts(QStringList* answering = nullptr);
+    // The ports where a unit answered go into `answering`, and the version
+    // each one's "k" report names into `versions` (empty when none).
+    QStringList listPorts(QStringList* answering = nullptr, QStringList* versions = nullptr);
     // What the last search found, in the listing's words, without probing again.
     const QStringList& searchReport() const { return searchReport_; }
     // The ports the last search opened that did not answer.
@@ -78,6 +79,8 @@ public:
 
     void startThread(QObject* parent);
     void stopThread();
+    // Stops the link thread and closes the port, so that it can be probed afresh.
+    void closePort();
     bool isRunning() const { return worker_.isRunning(); }
 
     void sendString(const QString& text);

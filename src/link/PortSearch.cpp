@@ -4,6 +4,7 @@
 
 #include "common/Alerts.h"
 #include "common/Diagnostics.h"
+#include "codecs/VersionCheck.h"
 #include "link/SerialPort.h"
 
 #include <QFileInfo>
@@ -138,7 +139,15 @@ QString ComThread::portLine(const QString& path, ProbeResult result, const QStri
     case ProbeResult::CannotOpen:
         break;
     }
-    return QStringLiteral("%1: cannot be opened: %2").arg(path, reason);
+    // The reason names the port itself; the line names it once.
+    const QString prefix = path + QStringLiteral(": ");
+    return QStringLiteral("%1: cannot be opened: %2").arg(path, reason.startsWith(prefix) ? reason.mid(prefix.size()) : reason);
+}
+
+void ComThread::closePort()
+{
+    stopThread();
+    adoptPort(-1);
 }
 
 ComThread::ProbeResult ComThread::tryPort(const QString& path, QString& reason)
@@ -153,7 +162,7 @@ ComThread::ProbeResult ComThread::tryPort(const QString& path, QString& reason)
     return result;
 }
 
-QStringList ComThread::listPorts(QStringList* answering)
+QStringList ComThread::listPorts(QStringList* answering, QStringList* versions)
 {
     QStringList lines;
     bool directoryRead = false;
@@ -168,6 +177,8 @@ QStringList ComThread::listPorts(QStringList* answering)
         const ProbeResult result = probe(path, reason);
         lines << portLine(path, result, reason);
         if (result == ProbeResult::Found) {
+            if (versions)
+                *versions << rz48::versionOfReport(sendStringPolling(QStringLiteral("k\r\n"))).version;
             adoptPort(-1); // closes it
             if (answering)
                 *answering << path;

@@ -59,11 +59,11 @@ QString UnitLink::searchDirectory() const
     return search_.directory.isEmpty() ? QStringLiteral("/dev") : search_.directory;
 }
 
-QStringList UnitLink::listPorts(const Search& search, QStringList* answering)
+QStringList UnitLink::listPorts(const Search& search, QStringList* answering, QStringList* versions)
 {
     ComThread scout;
     configure(scout, search);
-    return scout.listPorts(answering);
+    return scout.listPorts(answering, versions);
 }
 
 // ---------------------------------------------------------------- the connection
@@ -99,17 +99,29 @@ void UnitLink::found(const QString& path)
 
 void UnitLink::reconnect()
 {
-    if (!timer_->isActive())
+    if (!timer_->isActive() || reconnecting_)
         return;
     silent_.clear();
-    if (isConnected())
-        return;
+    // A connected unit is let go and probed again like every other port.
+    closedPort_ = isConnected() ? thread_->portPath() : QString();
+    if (!closedPort_.isEmpty()) {
+        thread_->closePort();
+        rz48::diag("reconnecting: closed %s; looking for the unit on every port\n", closedPort_.toLocal8Bit().constData());
+    }
+    reconnecting_ = true;
     setState(State::Searching);
-    if (!retry(true))
-        setState(lostSince_.isValid() ? State::Lost : State::NotFound);
+    emit stateChanged();
+    // The status bar says so before the probes take their time.
+    QTimer::singleShot(kReconnectPaintMs, this, [this] {
+        reconnecting_ = false;
+        if (!timer_->isActive() || state_ != State::Searching)
+            return;
+        if (!retry(true))
+            setState(lostSince_.isValid() ? State::Lost : State::NotFound);
+    });
 }
 
-void UnitLink::choosePort()
+void UnitLink::choosePort(const QString& firmware)
 {
     if (!timer_->isActive())
         return;
@@ -117,16 +129,37 @@ void UnitLink::choosePort()
     Search scout = search_;
     scout.directory = searchDirectory();
     scout.driverCheck = [] { return true; };
-    QStringList units;
-    if (isConnected())
+    QStringList units, versions;
+    if (isConnected()) {
         units << thread_->portPath();
-    listPorts(scout, &units);
+        versions << firmware;
+    }
+    listPorts(scout, &units, &versions);
+    const int inUse = isConnected() ? 0 : -1;
+    auto describe = [&](qsizetype i) {
+        QString line = units[i];
+        line += versions.value(i).isEmpty() ? tr(", firmware not reported") : tr(", firmware %1").arg(versions[i]);
+        if (i == inUse)
+            line += tr(" (in use)");
+        return line;
+    };
     if (units.size() < 2) {
-        rz48::showAlert(units.isEmpty() ? tr("No RZ-48 answers on any port.") : tr("Only one RZ-48 answers: %1").arg(units.first()));
+        if (units.isEmpty())
+            rz48::showAlert(tr("No RZ-48 answers on any port."), reasons_.join(u'\n'));
+        else
+            rz48::showInformation(tr("Only one RZ-48 answers: %1").arg(describe(0)));
         return;
     }
-    const int chosen = rz48::askChoice(tr("More than one RZ-48 answers. Which one should the panel use?"), units);
-    if (chosen < 0 || (isConnected() && units[chosen] == thread_->portPath()))
+    QStringList lines, buttons;
+    for (qsizetype i = 0; i < units.size(); ++i) {
+        lines << describe(i);
+        buttons << (i == inUse ? tr("Keep %1").arg(QFileInfo(units[i]).fileName()) : tr("Use %1").arg(QFileInfo(units[i]).fileName()));
+    }
+    buttons << tr("Cancel");
+    const int cancel = int(units.size());
+    const int chosen = rz48::askButtons(tr("More than one RZ-48 answers. Which one should the panel use?"), lines.join(u'\n'),
+                                        buttons, inUse >= 0 ? inUse : cancel, cancel);
+    if (chosen < 0 || chosen >= cancel || chosen == inUse)
         return;
     thread_->stopThread(); // the link moves to another port
     QString why;
@@ -252,6 +285,9 @@ QString UnitLink::statusText(const QString& firmware) const
 {
     switch (state_) {
     case State::Searching:
+        if (reconnecting_)
+            return closedPort_.isEmpty() ? tr("Reconnecting: probing every port...")
+                                         : tr("Reconnecting: closed %1, probing every port...").arg(closedPort_);
         return tr("Searching for the RZ-48...");
     case State::Connected:
         return firmware.isEmpty() ? tr("Connected: RZ-48 on %1").arg(thread_->portPath())

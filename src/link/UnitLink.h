@@ -49,11 +49,14 @@ public:
     // The search at start-up; true when the unit answered. The link then
     // keeps watching (every second) until stop().
     bool start();
-    // Unit > Reconnect: every candidate, now, forgetting which were silent.
+    // Unit > Reconnect: closes the port in use and probes every candidate
+    // (about 50 ms later, so the status bar says so first), forgetting which
+    // were silent.
     void reconnect();
     // Unit > Port: every unit that answers; when there is more than one, the
-    // operator chooses, and the link moves to the chosen one.
-    void choosePort();
+    // operator chooses, and the link moves to the chosen one. `firmware` is
+    // the version of the unit in use.
+    void choosePort(const QString& firmware = {});
     // No more searching, and the link thread stops.
     void stop();
     State state() const { return state_; }
@@ -63,8 +66,8 @@ public:
     // Why no port could be used, a line each, with what to do.
     const QStringList& reasons() const { return reasons_; }
     // Every candidate port and what was found on it; the ports where a unit
-    // answered go into `answering`.
-    static QStringList listPorts(const Search& search, QStringList* answering);
+    // answered go into `answering`, the version each one names into `versions`.
+    static QStringList listPorts(const Search& search, QStringList* answering, QStringList* versions = nullptr);
 
     // --- sending
     void sendString(const QString& command);
@@ -124,6 +127,9 @@ private:
     QElapsedTimer lastReceived_;
     QTimer* timer_;
     State state_ = State::Searching;
+    bool reconnecting_ = false; // Reconnect asked: the probes are about to run
+    QString closedPort_;        // the port Reconnect closed
+    static constexpr int kReconnectPaintMs = 50;
     QStringList reasons_;
     QSet<QString> silent_;  // ports that opened and did not answer
     QSet<QString> printed_; // reasons already printed

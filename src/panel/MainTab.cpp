@@ -56,10 +56,10 @@ MainTab::MainTab(QWidget* parent)
     checkBoxGrayScale = checkBox(QStringLiteral("checkBoxGrayScale"), tr("Grey scale"), this);
     checkBoxBypass = checkBox(QStringLiteral("checkBoxBypass"), tr("Bypass"), this);
     comboBoxSdiGenerator = comboBox(QStringLiteral("comboBoxSdiGenerator"), {}, this);
-    myColorSpaceComboBox = comboBox(QStringLiteral("myColorSpaceComboBox"),
-                                    {tr("RGB full range"), tr("RGB limited range"), tr("YCbCr 4:4:4 BT.709"),
-                                     tr("YCbCr 4:2:2 BT.709"), tr("YCbCr 4:4:4 BT.601"), tr("YCbCr 4:2:2 BT.601")},
-                                    this);
+    QStringList spaces;
+    for (const char* space : rz48::kColorSpaces)
+        spaces << QString::fromLatin1(space);
+    myColorSpaceComboBox = comboBox(QStringLiteral("myColorSpaceComboBox"), spaces, this);
     sigLayout->addWidget(checkBoxBars, 0, 0);
     sigLayout->addWidget(checkBoxGrayScale, 0, 1);
     sigLayout->addWidget(checkBoxBypass, 0, 2);
@@ -162,8 +162,26 @@ void MainTab::awakeFromNib()
         for (const char* entry : rz48::kSdiGenerators)
             c->addItem(QString::fromLatin1(entry));
     });
-    setQuietly(myColorSpaceComboBox, [](QComboBox* c) { c->setCurrentIndex(0); });
     setQuietly(checkBoxTimer, [](QCheckBox* c) { c->setChecked(false); });
+    // Until the unit reports a group, its controls are empty and disabled.
+    awaiting_ = {
+        {'A', {rateMatrix, priorityMatrix, checkBoxStreamerEndPunch}},
+        {'G', {checkBoxBars, checkBoxGrayScale}},
+        {'H', {masking_.begin(), masking_.end()}},
+        {'J', {trim_}},
+        {'M', {comboBoxSdiGenerator}},
+        {'Q', {checkBoxBypass}},
+        {'X', {checkBoxPopStreamerAccum, checkBoxPopStreamer, checkBoxPopPunch, popMatrix}},
+        {'Y', {myColorSpaceComboBox}},
+    };
+    for (const auto& [letter, controls] : awaiting_)
+        for (QWidget* control : controls)
+            control->setEnabled(false);
+    for (FieldStepper* field : masking_)
+        field->clearQuietly();
+    trim_->clearQuietly();
+    for (QComboBox* box : {comboBoxSdiGenerator, myColorSpaceComboBox})
+        setQuietly(box, [](QComboBox* c) { c->setCurrentIndex(-1); });
 }
 
 // ---------------------------------------------------------------- reports
@@ -181,6 +199,11 @@ void MainTab::registerReports(ReportRouter& router)
 
 void MainTab::showReport(char letter)
 {
+    if (const auto group = awaiting_.find(letter); group != awaiting_.end()) {
+        for (QWidget* control : group->second)
+            control->setEnabled(true);
+        awaiting_.erase(group);
+    }
     const maintab::Settings& s = reported_;
     switch (letter) {
     case 'A': {

@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <array>
+#include <map>
 #include <cstdint>
 
 namespace rz48::link {
@@ -62,6 +63,9 @@ private:
     void showReport(char letter);
 
     rz48::maintab::Settings reported_; // the last reports' values
+    // The controls of each letter not reported yet: empty and disabled, so
+    // that nothing is shown the unit did not say.
+    std::map<char, QList<QWidget*>> awaiting_;
 
     rz48::link::UnitLink* link_ = nullptr;
     RadioMatrix* rateMatrix = nullptr;

@@ -7,6 +7,8 @@
 #include "panel/Tooltips.h"
 #include "windows/WindowPlacement.h"
 
+#include <QWidget>
+
 OutputController::OutputController(QObject* parent)
     : QObject(parent)
 {
@@ -60,6 +62,12 @@ void OutputController::connected()
         shadow_->powerCycle();
 }
 
+void OutputController::followTimecodeType(int timecodeType)
+{
+    if (window_)
+        window_->setTimecodeType(timecodeType);
+}
+
 void OutputController::showWindow(int timecodeType)
 {
     if (!source_)
@@ -69,7 +77,9 @@ void OutputController::showWindow(int timecodeType)
         window_->setAttribute(Qt::WA_QuitOnClose, false);
         window_->setTimecodeType(timecodeType);
         rz48::applyTooltips(window_);
-        rz48::fitOnScreen(window_); // a small screen, or a large scale
+        // Beside the panel where it fits, or where the operator left it.
+        const auto* panel = qobject_cast<const QWidget*>(parent());
+        rz48::placeWindow(window_, panel ? panel->window() : nullptr);
     }
     window_->show();
     window_->raise();

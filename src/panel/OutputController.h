@@ -36,6 +36,8 @@ public:
     void connected();
     // Window > Unit output, at the cue list's timecode type when first made.
     void showWindow(int timecodeType);
+    // The cue list's timecode type changed: the window follows it.
+    void followTimecodeType(int timecodeType);
     UnitOutputWindow* window() const;
     bool isShadow() const { return shadow_ != nullptr; }
 

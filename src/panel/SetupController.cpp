@@ -1,5 +1,7 @@
 #include "panel/SetupController.h"
 
+#include "codecs/SetupWords.h"
+
 #include "common/FileIo.h"
 #include "common/Alerts.h"
 #include "common/FilePanels.h"
@@ -11,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTime>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -64,7 +67,10 @@ void SetupController::record(const QString& line)
 void SetupController::connected()
 {
     // The start-up queries ask; what comes back from now on is the connection's setup.
-    pending_ = std::make_unique<Done>([this](const rz48::setup::Setup& setup, const QStringList&) { connectionSetup_ = setup; });
+    pending_ = std::make_unique<Done>([this](const rz48::setup::Setup& setup, const QStringList&) {
+        connectionSetup_ = setup;
+        connectedAt_ = QTime::currentTime().toString(QStringLiteral("HH:mm:ss"));
+    });
     askedAt_ = sequence_;
     ticks_ = quietTicks_ = 0;
     timer_->start();
@@ -147,7 +153,7 @@ void SetupController::menuSaveSetup()
         if (setup.lines.isEmpty())
             rz48::showAlert(tr("The unit reported no setting: nothing was saved."), tr("Is the unit connected and answering?"));
         else if (!rz48::writeFileAtomically(path, rz48::setup::formatSetup(setup), &error))
-            rz48::showAlert(tr("The setup could not be saved to %1.").arg(path), error);
+            rz48::showError(tr("The setup could not be saved to %1.").arg(path), error);
         else if (!missing.isEmpty())
             rz48::showAlert(tr("The setup was saved without %1: the unit did not report them.").arg(missing.join(QStringLiteral(", "))),
                             path);
@@ -169,7 +175,10 @@ void SetupController::menuCompareSetup()
     if (refusedDuringUpdate() || busy() || !chooseSetup(tr("Compare a setup with the unit"), setup, &name))
         return;
     capture([this, setup, name](const rz48::setup::Setup& unit, const QStringList&) {
-        showDifferences(setup, unit, tr("%1 and the unit").arg(name));
+        showDifferences(setup, unit, tr("%1 and the unit have the same settings.").arg(name), [name](qsizetype n) {
+            return n == 1 ? tr("1 setting differs between %1 and the unit.").arg(name)
+                          : tr("%1 settings differ between %2 and the unit.").arg(n).arg(name);
+        });
     });
 }
 
@@ -182,6 +191,12 @@ void SetupController::menuRevertSetup()
                         tr("It is read once the unit has answered the start-up queries."));
         return;
     }
+    // It replaces every change of the session: asked first, Cancel the default.
+    if (rz48::askButtons(tr("Revert the unit to the setup it had when the panel connected?"),
+                         tr("Every setting changed since then goes back to what the unit reported at %1.").arg(connectedAt_),
+                         {tr("Revert"), tr("Cancel")}, 1, 1)
+        != 0)
+        return;
     apply(connectionSetup_, tr("the setup read at connection"));
 }
 
@@ -193,25 +208,28 @@ void SetupController::apply(const rz48::setup::Setup& setup, const QString& name
         link_->sendString(line);
     capture([this, setup, name](const rz48::setup::Setup& unit, const QStringList&) {
         emit applied();
-        showDifferences(setup, unit, tr("%1 after it was sent").arg(name));
+        showDifferences(setup, unit, tr("The unit now has every setting of %1.").arg(name), [name](qsizetype n) {
+            return n == 1 ? tr("1 setting of %1 differs on the unit after it was sent.").arg(name)
+                          : tr("%1 settings of %2 differ on the unit after it was sent.").arg(n).arg(name);
+        });
     });
 }
 
-void SetupController::showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& what)
+void SetupController::showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& same,
+                                      const std::function<QString(qsizetype)>& differ)
 {
     const QList<rz48::session::Difference> differences = rz48::session::compareSetup(wanted, unit);
     if (differences.isEmpty()) {
-        rz48::showAlert(tr("No difference between %1.").arg(what), tr("Every setting of the file is the unit's."));
+        rz48::showInformation(same, tr("Every setting of the file is the unit's."));
         return;
     }
+    // In words, with the lines themselves as the detail.
     QStringList lines;
     for (const rz48::session::Difference& d : differences.mid(0, kShownDifferences))
-        lines << rz48::session::describe(d);
+        lines << tr("%1 (%2)").arg(rz48::setup::differenceInWords(d.letter, d.file, d.unit), rz48::session::describe(d));
     if (differences.size() > kShownDifferences)
         lines << tr("... and %1 more").arg(differences.size() - kShownDifferences);
-    rz48::showAlert(differences.size() == 1 ? tr("1 setting differs between %1.").arg(what)
-                                            : tr("%1 settings differ between %2.").arg(differences.size()).arg(what),
-                    lines.join(u'\n'));
+    rz48::showInformation(differ(differences.size()), lines.join(u'\n'));
 }
 
 void SetupController::saveBeforeUpdate(std::function<void(const QString& path, const QString& error)> done)

@@ -63,7 +63,10 @@ private:
     void finish();
     // Sends a setup's lines, asks again, and says what did not come back as sent.
     void apply(const rz48::setup::Setup& setup, const QString& name);
-    void showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& what);
+    // What the comparison found, in words: `same` when nothing differs, else
+    // `differ` of the number of settings that do.
+    void showDifferences(const rz48::setup::Setup& wanted, const rz48::setup::Setup& unit, const QString& same,
+                         const std::function<QString(qsizetype)>& differ);
     // A setup file the operator chooses, or none after a refusal.
     bool chooseSetup(const QString& title, rz48::setup::Setup& setup, QString* name);
     // True (after an alert) while an update runs.
@@ -80,4 +83,5 @@ private:
     int ticks_ = 0;
     std::unique_ptr<Done> pending_;
     rz48::setup::Setup connectionSetup_;
+    QString connectedAt_; // when the connection's setup was read
 };

@@ -119,10 +119,11 @@ bool UpdateController::mayClose()
 {
     if (!isUpdating())
         return true;
-    const int choice = rz48::askChoice(
-        tr("An update is running: quitting now leaves the unit without a working program, and only a new update "
-           "(or the factory) brings it back. Quit anyway?"),
-        {tr("Keep the update running"), tr("Quit and stop the update")});
+    const int choice = rz48::askButtons(
+        tr("An update is running. Quit anyway?"),
+        tr("Quitting now leaves the unit without a working program, and only a new update (or the factory) brings it "
+           "back."),
+        {tr("Keep updating"), tr("Quit anyway")}, 0, 0);
     return choice == 1;
 }
 

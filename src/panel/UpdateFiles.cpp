@@ -86,7 +86,7 @@ QByteArray UpdateController::checkedFile(const QString& path, Kind kind)
         if (kind == Kind::Micro)
             rz48::showAlert(QStringLiteral("problem opening file, try again"), error);
         else
-            rz48::showAlert(tr("cannot read %1").arg(path), error);
+            rz48::showError(tr("cannot read %1").arg(path), error);
         return {};
     }
     const rz48::update::FirmwareCheck check = kind == Kind::Micro ? rz48::update::checkMicroProgram(bytes)

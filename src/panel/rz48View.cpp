@@ -140,6 +140,7 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     if (started_)
         return;
     started_ = true;
+    simulated_ = options.simulatedUnit != nullptr;
     sinceStart_.start();
     monitorView_->awakeFromNib();
     punchView_->awakeFromNib();
@@ -158,13 +159,12 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     cueDocument_->makeWindowControllers();
     cueDocument_->offerRecovery();
     connect(cueDocument_.get(), &CueDocument::transferStopped, updates_, &UpdateController::transferStoppedEarly);
+    connect(cueDocument_.get(), &CueDocument::timecodeTypeChanged, outputs_, &OutputController::followTimecodeType);
     if (cueDocument_->window())
         rz48::applyTooltips(cueDocument_->window());
+    if (cueDocument_->window()) // beside the panel, on its screen, or where the operator left it
+        rz48::placeWindow(cueDocument_->window(), window());
     cueDocument_->showWindows();
-    if (QWidget* w = window(); w && cueDocument_->window()) { // beside the panel, on its screen
-        cueDocument_->window()->move(w->frameGeometry().topRight() + QPoint(8, 0));
-        rz48::fitOnScreen(cueDocument_->window());
-    }
     link_->setSearch({options.searchDirectory, options.explicitPort, options.driverCheck});
     updates_->setUp(
         link_.get(), options,
@@ -210,9 +210,13 @@ void rz48View::showConnection()
     if (!link_)
         return;
     const bool connected = link_->isConnected();
-    banner_->setVisible(!connected);
-    if (!connected) {
-        QString text = tr("Not connected: changes are not sent to a unit.") + u'\n' + link_->statusText();
+    // A unit that does not answer is shown like one that is gone.
+    const bool answering = link_->state() == rz48::link::UnitLink::State::Connected;
+    banner_->setVisible(!answering);
+    if (!answering) {
+        QString text = (connected ? tr("Not answering: changes may not reach the unit.")
+                                  : tr("Not connected: changes are not sent to a unit."))
+            + u'\n' + link_->statusText();
         for (const QString& reason : link_->reasons())
             text += u'\n' + reason;
         banner_->setText(text);

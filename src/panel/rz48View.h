@@ -63,6 +63,8 @@ public:
     UpdateController* updates() const { return updates_; }
     SetupController* setups() const { return setups_; }
     OutputController* outputs() const { return outputs_; }
+    // The unit is the panel's own emulated one (--simulate).
+    bool isSimulated() const { return simulated_; }
     CueDocument* cueDocument() const { return cueDocument_.get(); }
     MonitorView* monitorView() const { return monitorView_; }
     PunchView* punchView() const { return punchView_; }
@@ -93,6 +95,7 @@ private:
     QElapsedTimer sinceStart_;
     int linesProcessed_ = 0;
     bool started_ = false;
+    bool simulated_ = false;
 
     QTabWidget* tabViewRz48 = nullptr;
     MainTab* mainTab_ = nullptr;

@@ -116,6 +116,7 @@ void UpdateProcedure::startFpga(const QByteArray& configuration, const QStringLi
 {
     kind_ = Kind::Fpga;
     settingsNote_.clear();
+    settingsKept_ = false;
     fileWarnings_ = fileWarnings;
     setUpdating(true);
     saveSetupThen([this, configuration] { startFpgaWorker(configuration); });
@@ -173,11 +174,11 @@ void UpdateProcedure::settingsWaitTick()
     for (unsigned line = 0; line < 4; ++line)
         ((settingsAnswered_ >> line) & 1 ? got : missing) << QStringLiteral("fc%1").arg(line * 16, 2, 16, QLatin1Char('0'));
     if (!missing.isEmpty()) {
-        const int choice = rz48::askChoice(
+        const int choice = rz48::askButtons(
             tr("The unit did not send all of its settings (no answer for %1). The update erases them with the old "
                "program; without them the unit starts with its factory settings.")
                 .arg(missing.join(QStringLiteral(", "))),
-            {tr("Cancel the update (nothing is erased)"), tr("Update without keeping the settings")});
+            tr("Cancelling erases nothing."), {tr("Cancel the update"), tr("Update without keeping the settings")}, 0, 0);
         if (choice != 1) {
             emit progressShown({tr("update cancelled: nothing was erased"), 0});
             setUpdating(false);
@@ -193,7 +194,8 @@ void UpdateProcedure::settingsWaitTick()
     settings.buffer = stateBuffer_;
     settings.address = stateAddress_;
     settings.size = stateSize_;
-    if (rz48::update::settingsComplete(settings))
+    settingsKept_ = rz48::update::settingsComplete(settings);
+    if (settingsKept_)
         settingsNote_ = tr("The unit's settings were kept: read before the update (records %1, %2 bytes from fc00) "
                            "and written back with the program.")
                             .arg(got.mid(1).join(QStringLiteral(", ")))
@@ -300,7 +302,8 @@ void UpdateProcedure::endAlert(const QString& message, bool versionReported)
                                  .arg(what)
                            : tr("The unit's program was not touched. Switch the unit off and on, then run the update again."));
     }
-    if (!settingsNote_.isEmpty() && kind_ == Kind::Micro)
+    // Settings written back with the program are only said of a program that was written.
+    if (!settingsNote_.isEmpty() && kind_ == Kind::Micro && (!settingsKept_ || message == QLatin1String("success!")))
         details << settingsNote_;
     if (!setupNote_.isEmpty())
         details << setupNote_;
@@ -311,9 +314,10 @@ void UpdateProcedure::endAlert(const QString& message, bool versionReported)
             shown << tr("... and %1 more").arg(fileWarnings_.size() - kShown);
         details << tr("Not sent, as the update sends only S1 data from 0x8000 on:\n%1").arg(shown.join(u'\n'));
     }
-    rz48::showAlert(message == QLatin1String("success!") ? tr("The %1 update is complete.").arg(what)
-                                                          : tr("The %1 update failed: %2").arg(what, message),
-                    details.join(QStringLiteral("\n\n")));
+    if (message == QLatin1String("success!"))
+        rz48::showInformation(tr("The %1 update is complete.").arg(what), details.join(QStringLiteral("\n\n")));
+    else
+        rz48::showError(tr("The %1 update failed: %2").arg(what, message), details.join(QStringLiteral("\n\n")));
 }
 
 } // namespace rz48::update

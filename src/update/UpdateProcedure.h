@@ -109,6 +109,7 @@ private:
     QString program_;               // the microcontroller program's text, checked
     QByteArray loader_;
     QString settingsNote_;          // for the end alert: what became of the settings
+    bool settingsKept_ = false;     // the settings go back with the program
     QStringList fileWarnings_;      // what the checked file has that is not sent
     QString setupNote_;             // for the end alert: where the unit's setup was saved
     bool awaitingVersion_ = false;  // a good update's alert waits for the unit's "k" report

@@ -47,6 +47,13 @@ void FieldStepper::showStepperQuietly()
     show(rule_.show(stepper_->value()));
 }
 
+void FieldStepper::clearQuietly()
+{
+    const QSignalBlocker block(text_);
+    text_->setPlaceholderText(QStringLiteral("\u2013"));
+    show(QString());
+}
+
 void FieldStepper::show(const QString& text)
 {
     text_->setText(text);

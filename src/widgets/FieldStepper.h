@@ -46,6 +46,8 @@ public:
     void setQuietly(qint64 value);
     // The field shows what the stepper holds; nothing is emitted.
     void showStepperQuietly();
+    // Nothing known yet: the field is empty, with a dash as its placeholder.
+    void clearQuietly();
 
 signals:
     void edited();

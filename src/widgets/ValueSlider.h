@@ -15,9 +15,12 @@ public:
 
 protected:
     void sliderChange(SliderChange change) override;
+    // One step a notch of the wheel (the toolkit's own moves three).
+    void wheelEvent(QWheelEvent* event) override;
 
 private:
     QWidget* row_;
     QLabel* label_;
     QString unit_;
+    int wheelAngle_ = 0; // what the wheel turned short of a notch
 };

@@ -1,27 +1,150 @@
 #include "windows/WindowPlacement.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QSettings>
+#include <QTimer>
 #include <QWidget>
+#include <QWindow>
 
 #include <algorithm>
 
 namespace rz48 {
 
-void fitOnScreen(QWidget* window)
+namespace {
+
+QString keyOf(const QWidget* window)
+{
+    return QStringLiteral("windows/%1").arg(window->objectName());
+}
+
+QRect availableArea(const QWidget* window)
 {
     QScreen* screen = window->screen() ? window->screen() : QGuiApplication::primaryScreen();
-    if (!screen)
+    return screen ? screen->availableGeometry() : QRect();
+}
+
+// The window's outer rectangle: its frame, real or typical.
+QRect outerOf(const QWidget* window)
+{
+    return QRect(window->pos(), window->size().grownBy(frameOf(window)));
+}
+
+// Moves the window so that its outer rectangle's top left is `corner`: a
+// top-level window's position is its frame's, once framed and before.
+void moveOuter(QWidget* window, QPoint corner)
+{
+    window->move(corner);
+}
+
+// Keeps the window's place when it hides or closes, and fits it again once
+// the window manager has framed it.
+class PlaceKeeper : public QObject {
+public:
+    static constexpr const char* kName = "placeKeeper";
+    explicit PlaceKeeper(QWidget* window)
+        : QObject(window)
+        , window_(window)
+    {
+        setObjectName(QLatin1String(kName));
+        window->installEventFilter(this);
+        connect(qApp, &QCoreApplication::aboutToQuit, this, &PlaceKeeper::keep);
+    }
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        switch (event->type()) {
+        case QEvent::Hide:
+        case QEvent::Close:
+            keep();
+            break;
+        case QEvent::Show:
+            if (!framed_) {
+                framed_ = true;
+                // The frame is known only once the window manager has framed the window.
+                QTimer::singleShot(kFramingMs, window_, [window = window_] { fitOnScreen(window); });
+            }
+            break;
+        default:
+            break;
+        }
+        return false;
+    }
+
+private:
+    void keep()
+    {
+        if (window_->isVisible() && !window_->isFullScreen())
+            QSettings().setValue(keyOf(window_), window_->saveGeometry());
+    }
+
+    static constexpr int kFramingMs = 250;
+    QWidget* window_;
+    bool framed_ = false;
+};
+
+} // namespace
+
+QMargins frameOf(const QWidget* window)
+{
+    if (const QWindow* handle = window->windowHandle(); handle && window->isVisible()) {
+        const QMargins real = handle->frameMargins();
+        if (!real.isNull())
+            return real;
+    }
+    if (QGuiApplication::platformName() == QLatin1String("offscreen"))
+        return {};
+    // A typical title bar and border until the window manager says.
+    const int title = window->fontMetrics().height() + 12;
+    return {4, title, 4, 4};
+}
+
+void fitOnScreen(QWidget* window)
+{
+    const QRect area = availableArea(window);
+    if (area.isEmpty())
         return;
-    const QRect area = screen->availableGeometry();
-    // The frame (title bar, borders) takes its share of the area.
-    const QSize frame = window->frameGeometry().size() - window->geometry().size();
-    const QSize room = area.size() - frame;
+    const QMargins frame = frameOf(window);
+    const QSize room = area.size().shrunkBy(frame);
     window->resize(window->size().boundedTo(room).expandedTo(window->minimumSize().boundedTo(room)));
-    QRect outer = window->frameGeometry();
+    QRect outer = outerOf(window);
     outer.moveLeft(std::clamp(outer.left(), area.left(), std::max(area.left(), area.right() - outer.width() + 1)));
     outer.moveTop(std::clamp(outer.top(), area.top(), std::max(area.top(), area.bottom() - outer.height() + 1)));
-    window->move(outer.topLeft());
+    moveOuter(window, outer.topLeft());
+}
+
+void placeWindow(QWidget* window, const QWidget* anchor)
+{
+    if (!window->findChild<QObject*>(QLatin1String(PlaceKeeper::kName), Qt::FindDirectChildrenOnly))
+        new PlaceKeeper(window);
+    const QByteArray kept = QSettings().value(keyOf(window)).toByteArray();
+    if (!kept.isEmpty() && window->restoreGeometry(kept)) {
+        fitOnScreen(window);
+        return;
+    }
+    const QRect area = availableArea(anchor ? anchor : window);
+    if (!anchor || area.isEmpty()) {
+        fitOnScreen(window);
+        return;
+    }
+    const QMargins frame = frameOf(window);
+    const QRect beside = outerOf(anchor);
+    const int roomRight = area.right() - beside.right();
+    const int roomLeft = beside.left() - area.left();
+    const bool right = roomRight >= roomLeft;
+    const int room = std::max(roomRight, roomLeft);
+    // As wide as it would be where there is room, else as narrow as it can be.
+    const int frameWidth = frame.left() + frame.right();
+    const int smallest = window->minimumSizeHint().expandedTo(window->minimumSize()).width() + frameWidth;
+    const int outerWidth = std::min(window->width() + frameWidth, std::max(room, smallest));
+    const int outerHeight = std::min(window->height() + frame.top() + frame.bottom(), area.height());
+    window->resize(outerWidth - frameWidth, outerHeight - frame.top() - frame.bottom());
+    const int x = right ? std::min(beside.right() + 1, area.right() - outerWidth + 1) : std::max(area.left(), beside.left() - outerWidth);
+    const int y = std::clamp(beside.top(), area.top(), std::max(area.top(), area.bottom() - outerHeight + 1));
+    moveOuter(window, QPoint(x, y));
+    fitOnScreen(window);
 }
 
 } // namespace rz48

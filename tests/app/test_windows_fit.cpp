@@ -10,11 +10,19 @@
 #include "panel/rz48View.h"
 #include "support/TestSupport.h"
 
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
 #include <QGuiApplication>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QScreen>
 #include <QTabWidget>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -66,6 +74,27 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
                                                        << w->frameGeometry().x() << "," << w->frameGeometry().y() << " "
                                                        << w->frameGeometry().width() << "x" << w->frameGeometry().height();
     }
+    // Beside each other where they fit; at 1x, where they cannot, the cue
+    // window covers at most a tenth of the panel.
+    const QRect covered = cues->frameGeometry().intersected(window.frameGeometry());
+    if (scale == 1)
+        EXPECT_LE(qint64(covered.width()) * covered.height(), qint64(window.frameGeometry().width()) * window.frameGeometry().height() / 10)
+        << "the cue window covers " << covered.width() << "x" << covered.height() << " of the panel";
+
+    // The window commands work from the cue window too.
+    for (const char* name : {"menuFileQuit", "menuWindowUnitOutput", "menuWindowCueList", "menuUnitReconnect"}) {
+        auto* action = window.findChild<QAction*>(QLatin1String(name));
+        ASSERT_NE(action, nullptr) << name;
+        EXPECT_TRUE(cues->actions().contains(action)) << name;
+    }
+    EXPECT_EQ(cues->findChild<QAction*>(QStringLiteral("menuFileSaveAs"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
+    output->hide();
+    cues->activateWindow();
+    if (QTest::qWaitForWindowActive(cues, 1000)) {
+        QTest::keyClick(cues, Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
+        EXPECT_TRUE(rz48test::waitUntil([&] { return output->isVisible(); }, 1000)) << "Ctrl+Shift+O from the cue window";
+    }
+
     QTabWidget* tabs = window.view()->tabView();
     for (int i = 0; i < tabs->count(); ++i) {
         tabs->setCurrentIndex(i);
@@ -77,17 +106,45 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
     EXPECT_TRUE(found.isEmpty()) << "cue or output window: " << found.join(QStringLiteral("; ")).toStdString();
 }
 
-// An alert that is still open is not stacked again; another one is shown.
-TEST(Alerts, TheSameAlertIsNotStacked)
+// Alerts carry the icon of their kind and the program's one title; an alert
+// still open is not stacked again. A question has named buttons, the safe
+// one the default.
+TEST(Alerts, IconsTitleButtonsAndNoStacking)
 {
     QWidget parent;
     parent.show();
     MessageBoxAlerts alerts(&parent);
-    alerts.showAlert(QStringLiteral("install USB driver"), QString());
-    alerts.showAlert(QStringLiteral("install USB driver"), QString());
+    alerts.showAlert(QStringLiteral("install USB driver"), QString(), rz48::AlertKind::Warning);
+    alerts.showAlert(QStringLiteral("install USB driver"), QString(), rz48::AlertKind::Warning);
     EXPECT_EQ(parent.findChildren<QMessageBox*>().size(), 1);
-    alerts.showAlert(QStringLiteral("update micro to 3.32.6 or greater"), QString());
-    EXPECT_EQ(parent.findChildren<QMessageBox*>().size(), 2);
+    alerts.showAlert(QStringLiteral("Framing test passed"), QString(), rz48::AlertKind::Information);
+    alerts.showAlert(QStringLiteral("cannot save x"), QString(), rz48::AlertKind::Error);
+    const QList<QMessageBox*> boxes = parent.findChildren<QMessageBox*>();
+    ASSERT_EQ(boxes.size(), 3);
+    QList<QMessageBox::Icon> icons;
+    for (QMessageBox* box : boxes) {
+        icons << box->icon();
+        EXPECT_EQ(box->windowTitle(), QStringLiteral("RZ-48 panel"));
+    }
+    std::sort(icons.begin(), icons.end());
+    EXPECT_EQ(icons, (QList<QMessageBox::Icon> {QMessageBox::Information, QMessageBox::Warning, QMessageBox::Critical}));
+
+    QStringList shown;
+    QString defaultText;
+    QTimer::singleShot(0, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        for (QAbstractButton* b : box->buttons())
+            shown << b->text();
+        defaultText = box->defaultButton() ? box->defaultButton()->text() : QString();
+        box->defaultButton()->click();
+    });
+    const int answer = alerts.askButtons(QStringLiteral("An update is running. Quit anyway?"), QString(),
+                                         {QStringLiteral("Keep updating"), QStringLiteral("Quit anyway")}, 0, 0);
+    EXPECT_EQ(answer, 0);
+    std::sort(shown.begin(), shown.end());
+    EXPECT_EQ(shown, (QStringList {QStringLiteral("Keep updating"), QStringLiteral("Quit anyway")}));
+    EXPECT_EQ(defaultText, QStringLiteral("Keep updating"));
 }
 
 } // namespace

@@ -160,7 +160,14 @@ TEST(SetupFile, ReadingRefusesWhatIsNotASettingWithItsLine)
     ASSERT_TRUE(rz48::setup::parseSetup("# saved today\n\nA 02\r\nG 17\n# note\n", setup, &line, &why));
     EXPECT_EQ(setup.lines, (QStringList {QStringLiteral("A 2"), QStringLiteral("G 17")}));
     EXPECT_EQ(setup.comments, (QStringList {QStringLiteral("saved today"), QStringLiteral("note")}));
-    EXPECT_EQ(rz48::setup::formatSetup(setup), QByteArray("# saved today\n# note\nA 2\nG 17\n"));
+    // Each setting is named above it; those names are not read back as the setup's comments.
+    const QByteArray saved = rz48::setup::formatSetup(setup);
+    EXPECT_EQ(saved, QByteArray("# saved today\n# note\n# Reference: Reference, Punch at streamer end, Priority\nA 2\n"
+                                "# Test signals: Colour bars, Grey scale\nG 17\n"));
+    rz48::setup::Setup again;
+    ASSERT_TRUE(rz48::setup::parseSetup(saved, again, &line, &why));
+    EXPECT_EQ(again.comments, setup.comments);
+    EXPECT_EQ(rz48::setup::formatSetup(again), saved);
     // CR-only line ends, the field ranges' ends.
     ASSERT_TRUE(rz48::setup::parseSetup("# cr\rH -2147483648 2147483647 0 0 0\rt ffffffff 0 0\r", setup, &line, &why)) << why.toStdString();
     EXPECT_EQ(setup.lines, (QStringList {QStringLiteral("H -2147483648 2147483647 0 0 0"), QStringLiteral("t ffffffff 0 0")}));

@@ -140,6 +140,10 @@ TEST_F(CueWindowTest, InOutTransferEndsWithTheUnitsVerdict)
     ASSERT_TRUE(waitUntil([&] { return label->text().startsWith(QStringLiteral("stopped")); }, 5000)); // once the unit has reported
     EXPECT_EQ(label->text(), QStringLiteral("stopped at row 3: 2 of 4 cues sent"));
     doc->setCollection(doc->collection().mid(0, 2));
+    // The findings follow the list: the cue they named is gone.
+    auto* findings = cueControl<QListWidget>("listFindings");
+    ASSERT_TRUE(waitUntil([&] { return findings->item(findings->count() - 1)->text().endsWith(QStringLiteral("in 2 cues")); }, 2000));
+    EXPECT_FALSE(findings->item(0)->text().startsWith(QStringLiteral("3: error")));
 
     host.unit().setBadPairs(1);
     label->clear();

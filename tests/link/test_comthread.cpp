@@ -26,7 +26,7 @@ namespace {
 
 class RecordingAlerts : public rz48::AlertSink {
 public:
-    void showAlert(const QString& message, const QString& informative) override
+    void showAlert(const QString& message, const QString& informative, rz48::AlertKind) override
     {
         messages << message;
         EXPECT_TRUE(informative.isEmpty());

@@ -21,7 +21,7 @@ namespace {
 
 class RecordingAlerts : public rz48::AlertSink {
 public:
-    void showAlert(const QString& message, const QString&) override { messages << message; }
+    void showAlert(const QString& message, const QString&, rz48::AlertKind) override { messages << message; }
     QStringList messages;
 };
 
@@ -177,7 +177,8 @@ TEST_F(PortMessages, ListingForSupport)
     ASSERT_EQ(lines.size(), 3);
     EXPECT_EQ(lines[0], QString::fromStdString(port()) + QStringLiteral(": opened; answered the probe: an RZ-48"));
     EXPECT_EQ(lines[1], dev.filePath(QStringLiteral("ttyUSB7")) + QStringLiteral(": opened; no answer to the probe (another device, or the unit is off)"));
-    EXPECT_TRUE(lines[2].startsWith(dev.filePath(QStringLiteral("ttyUSB9")) + QStringLiteral(": cannot be opened: ")));
+    EXPECT_EQ(lines[2], dev.filePath(QStringLiteral("ttyUSB9"))
+                            + QStringLiteral(": cannot be opened: no such device (unplugged, or a link to a device that is gone)"));
     EXPECT_EQ(link.fd(), -1); // the listing keeps no port open
     EXPECT_EQ(link.openUsbSerial(), 0); // and the unit is found afterwards
 }

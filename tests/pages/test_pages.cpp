@@ -4,6 +4,7 @@
 #include "pages/DrawThread.h"
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
+#include "cuewindow/CueDocument.h"
 #include "output/UnitOutputWindow.h"
 #include "panel/OutputController.h"
 #include "support/PanelFixture.h"
@@ -11,6 +12,7 @@
 #include "widgets/Stepper.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
@@ -365,6 +367,11 @@ TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
     EXPECT_TRUE(waitUntil([&] { return timecode->text() == QLatin1String("02:00:00:00"); }));
     output->findChild<QPushButton*>(QStringLiteral("buttonOutputPlay"))->click();
     EXPECT_TRUE(waitUntil([&] { return timecode->text() > QLatin1String("02:00:00:05"); }));
+    // Another list's rate: the window follows it.
+    rz48::cuesheet::Options options = view->cueDocument()->options();
+    options.tctype = options.tctype == 2 ? 0 : 2;
+    view->cueDocument()->applyOptions(options);
+    EXPECT_EQ(output->findChild<QComboBox*>(QStringLiteral("comboBoxOutputTcType"))->currentIndex(), options.tctype);
     // F11: full screen with the picture alone; Esc: back with the controls.
     QTest::keyClick(output, Qt::Key_F11);
     EXPECT_TRUE(output->isFullScreen());

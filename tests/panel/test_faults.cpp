@@ -131,10 +131,13 @@ TEST_F(PanelTest, ChoosingBetweenTwoUnits)
     ASSERT_TRUE(second.start(dir.path().toStdString(), "tty.usbserial-SECOND", &error)) << error;
     const QString first = view->link()->portPath();
     alerts.choice = 1;
-    view->link()->choosePort();
-    ASSERT_EQ(alerts.choices.size(), 2);
-    EXPECT_EQ(alerts.choices[0], first); // the unit in use first
-    EXPECT_EQ(alerts.choices[1], QString::fromStdString(second.linkPath()));
+    view->link()->choosePort(view->updates()->firmwareVersion());
+    // The unit in use first and kept by default; Esc cancels.
+    EXPECT_EQ(alerts.choices, (QStringList {"Keep tty.usbserial-EMU", "Use tty.usbserial-SECOND", "Cancel"}));
+    EXPECT_EQ(alerts.defaults, QList<int> {0});
+    EXPECT_EQ(alerts.escapes, QList<int> {2});
+    EXPECT_EQ(alerts.questionDetails.value(0),
+              first + ", firmware 3.32.6 (in use)\n" + QString::fromStdString(second.linkPath()) + ", firmware 3.32.6");
     EXPECT_EQ(view->link()->portPath(), QString::fromStdString(second.linkPath()));
     ASSERT_TRUE(waitUntil([&] { return lastCommands(second, 1) == std::vector<std::string> {"t"}; }, 15000));
     EXPECT_EQ(lastCommands(second, kStartup.size()), kStartup);
@@ -157,7 +160,30 @@ TEST_F(PanelTest, PortThatNeverAnswersIsProbedOnce)
     const std::string text = out.text();
     EXPECT_EQ(text.find(line), text.rfind(line)) << text; // said once
     view->link()->reconnect(); // asked for: probed again
-    EXPECT_GT(host.unit().probeCount(), probes);
+    EXPECT_TRUE(waitUntil([&] { return host.unit().probeCount() > probes; }, 5000));
+}
+
+TEST_F(PanelTest, NotAnsweringShowsTheBannerAndReconnectProbesAgain)
+{
+    startWithUnit();
+    auto* banner = find<QLabel>("bannerNotConnected");
+    EXPECT_TRUE(banner->isHidden());
+    host.unit().setSilent(true);
+    for (int i = 0; i < 6; ++i)
+        view->link()->sendString(QStringLiteral("A"));
+    ASSERT_TRUE(waitUntil([&] { return view->link()->state() == State::NotAnswering; }, 15000));
+    EXPECT_FALSE(banner->isHidden());
+    EXPECT_TRUE(banner->text().startsWith(QStringLiteral("Not answering: changes may not reach the unit.\n"))) << banner->text().toStdString();
+
+    // Reconnect lets the port go and probes it again, saying so first.
+    host.unit().setSilent(false);
+    const QString port = view->link()->portPath();
+    const int probes = host.unit().probeCount();
+    view->link()->reconnect();
+    EXPECT_EQ(view->link()->statusText(), "Reconnecting: closed " + port + ", probing every port...");
+    ASSERT_TRUE(waitUntil([&] { return lastCommands(host, 1) == std::vector<std::string> {"t"} && host.unit().probeCount() > probes; }, 15000));
+    EXPECT_EQ(view->link()->state(), State::Connected);
+    EXPECT_TRUE(banner->isHidden());
 }
 
 TEST_F(PanelTest, StormOfRandomBytesStaysBounded)

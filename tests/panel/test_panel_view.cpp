@@ -247,6 +247,19 @@ TEST_F(PanelTest, DispatcherAcceptanceAndScratchValues)
     view->awakeFromNib(noUnit()); // no unit: nothing is sent anywhere
     auto* rate = find<RadioMatrix>("rateMatrix");
     auto* priority = find<RadioMatrix>("priorityMatrix");
+    // Before its report a group shows nothing the unit did not say, and takes no edit.
+    auto* masking = find<QLineEdit>("textBoxMaskingTop");
+    EXPECT_EQ(masking->text(), QString());
+    EXPECT_FALSE(masking->isEnabled());
+    EXPECT_EQ(find<QLineEdit>("textDelayTrim")->text(), QString());
+    EXPECT_EQ(find<QComboBox>("comboBoxSdiGenerator")->currentIndex(), -1);
+    EXPECT_EQ(find<QComboBox>("myColorSpaceComboBox")->currentIndex(), -1);
+    EXPECT_FALSE(rate->isEnabled());
+    EXPECT_EQ(rate->selectedCell(), -1);
+    view->processRxString(QStringLiteral("H 0 1 2 3 4"));
+    EXPECT_EQ(masking->text(), QStringLiteral("0"));
+    EXPECT_TRUE(masking->isEnabled());
+    EXPECT_FALSE(rate->isEnabled()); // its own report has not come
 
     view->processRxString(QStringLiteral("A 3"));
     EXPECT_EQ(rate->selectedCell(), 2);
@@ -476,7 +489,11 @@ TEST_F(PanelTest, SetupsSavedComparedRevertedAndLoaded)
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     const QByteArray text = saved.readAll();
     EXPECT_TRUE(text.startsWith("# RZ-48 setup, saved ")) << text.toStdString();
-    EXPECT_TRUE(text.contains("\n# firmware RZ-48 micro 3.32.6\nA 2\nC 0 28 0 64 0 ff ff 0\n")) << text.toStdString();
+    // Each setting is named in words on the line above it, never on its own line.
+    EXPECT_TRUE(text.contains("\n# firmware RZ-48 micro 3.32.6\n# Reference: Reference, Punch at streamer end, Priority\nA 2\n"
+                              "# Streamer: Streamer colours, Streamer width, Streamer reserved field, Streamer duration, "
+                              "Streamer delay, Streamer top, Streamer bottom, Streamer transparency\nC 0 28 0 64 0 ff ff 0\n"))
+        << text.toStdString();
 
     // A change by hand shows in the comparison with the file.
     expectSends([&] { find<Stepper>("stepperMaskingTop")->upButton()->click(); }, "H 1 0 0 0 0");
@@ -485,13 +502,21 @@ TEST_F(PanelTest, SetupsSavedComparedRevertedAndLoaded)
     setups->menuCompareSetup();
     ASSERT_TRUE(settle(shown));
     EXPECT_EQ(alerts.messages.last(), QStringLiteral("1 setting differs between studio.rz48setup and the unit."));
-    EXPECT_EQ(alerts.details.last(), QStringLiteral("H: file H 0 0 0 0 0 / unit H 1 0 0 0 0"));
+    EXPECT_EQ(alerts.details.last(), QStringLiteral("Masking top: file 0 lines, unit 1 lines (H: file H 0 0 0 0 0 / unit H 1 0 0 0 0)"));
+    EXPECT_EQ(alerts.kinds.last(), rz48::AlertKind::Information);
 
-    // Revert: the connection's setup goes back, and comes back as sent.
+    // Revert asks first (Cancel the default), then the connection's setup goes back, and comes back as sent.
     shown = int(alerts.messages.size());
+    alerts.buttonAnswers = {1};
+    setups->menuRevertSetup();
+    EXPECT_EQ(alerts.choices, (QStringList {"Revert", "Cancel"}));
+    EXPECT_EQ(alerts.defaults.last(), 1);
+    QTest::qWait(100);
+    EXPECT_EQ(host.unit().fields('H'), (std::vector<int64_t> {1, 0, 0, 0, 0})); // cancelled: nothing sent
+    alerts.buttonAnswers = {0};
     setups->menuRevertSetup();
     ASSERT_TRUE(settle(shown));
-    EXPECT_EQ(alerts.messages.last(), QStringLiteral("No difference between the setup read at connection after it was sent."));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("The unit now has every setting of the setup read at connection."));
     EXPECT_EQ(host.unit().fields('H'), (std::vector<int64_t> {0, 0, 0, 0, 0}));
     EXPECT_EQ(find<QLineEdit>("textBoxMaskingTop")->text(), QStringLiteral("0"));
 
@@ -516,7 +541,7 @@ TEST_F(PanelTest, SetupsSavedComparedRevertedAndLoaded)
     shown = int(alerts.messages.size());
     setups->menuLoadSetup();
     ASSERT_TRUE(settle(shown));
-    EXPECT_EQ(alerts.messages.last(), QStringLiteral("No difference between good.rz48setup after it was sent."));
+    EXPECT_EQ(alerts.messages.last(), QStringLiteral("The unit now has every setting of good.rz48setup."));
     EXPECT_TRUE(find<QCheckBox>("checkBoxBypass")->isChecked());
     EXPECT_EQ(find<QLineEdit>("textBoxMaskingRight")->text(), QStringLiteral("8"));
 

@@ -21,25 +21,22 @@ namespace rz48test {
 
 class RecordingAlerts : public rz48::AlertSink {
 public:
-    void showAlert(const QString& message, const QString& informative) override
+    void showAlert(const QString& message, const QString& informative, rz48::AlertKind kind) override
     {
         messages << message;
         details << informative;
+        kinds << kind;
     }
     rz48::SaveChoice askSaveChanges(const QString& message) override
     {
         questions << message;
         return answer;
     }
-    int askChoice(const QString& message, const QStringList& offered) override
+    int askButtons(const QString& message, const QString& informative, const QStringList& buttons, int defaultButton,
+                   int escapeButton) override
     {
         questions << message;
-        choices = offered;
-        return choice;
-    }
-    int askButtons(const QString& message, const QString&, const QStringList& buttons, int defaultButton, int escapeButton) override
-    {
-        questions << message;
+        questionDetails << informative;
         choices = buttons;
         defaults << defaultButton;
         escapes << escapeButton;
@@ -47,9 +44,11 @@ public:
     }
     QStringList messages;
     QStringList details; // each alert's informative text
+    QList<rz48::AlertKind> kinds;
     QList<int> defaults, escapes; // of each question with buttons
     QList<int> buttonAnswers;     // answered in turn before `choice`
     QStringList questions;
+    QStringList questionDetails; // each question's informative text
     QStringList choices;
     rz48::SaveChoice answer = rz48::SaveChoice::Cancel;
     int choice = -1;

@@ -144,7 +144,9 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     ASSERT_EQ(saved.size(), 1);
     QFile setup(QDir(SetupController::updateSetupDirectory()).filePath(saved.first()));
     ASSERT_TRUE(setup.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(setup.readAll().contains("\nC 0 28 0 64 0 ff ff 0\nE 0 70 77 87 5 64 3 1\n"));
+    const QByteArray setupText = setup.readAll();
+    EXPECT_TRUE(setupText.contains("\nC 0 28 0 64 0 ff ff 0\n# Punch: ")) << setupText.toStdString();
+    EXPECT_TRUE(setupText.contains("\nE 0 70 77 87 5 64 3 1\n")) << setupText.toStdString();
     // 69 records and the terminator: 64 from 0x8000, fc00 to fc30 with the unit's settings, fff0.
     for (const char* step : {"loading S Record file...|0", "initializing update, stand by...|0", "micro preload 0 percent|0",
                              "micro preload 50 percent|50", "micro preload 99 percent|99", "micro download 50 percent|50",
@@ -162,6 +164,8 @@ TEST_F(UpdateTest, MicrocontrollerKeepsTheUnitsSettings)
     EXPECT_TRUE(waitUntil([&] { return host.unit().commands().back() == "t"; }, 15000));
     ASSERT_TRUE(waitUntil([&] { return !alerts.messages.isEmpty(); }, 5000));
     EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update is complete."));
+    EXPECT_EQ(alerts.kinds.last(), rz48::AlertKind::Information);
+    EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("written back with the program")));
     EXPECT_TRUE(alerts.details.last().startsWith(QStringLiteral("The unit reports firmware 3.32.6.")));
     EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("records fc00, fc10, fc20, fc30, 63 bytes"))) << alerts.details.last().toStdString();
     EXPECT_TRUE(alerts.details.last().contains(QStringLiteral("The unit's setup before the update is saved in %1.").arg(setup.fileName())));
@@ -194,6 +198,9 @@ TEST_F(UpdateTest, MicrocontrollerFailuresSayWhatHappened)
         EXPECT_EQ(alerts.messages.last(), QStringLiteral("The microcontroller update failed: %1").arg(QLatin1String(message)));
         // Before the erase the program was not touched; after it, it is incomplete.
         EXPECT_EQ(alerts.details.last().contains(QStringLiteral("not touched")), !QByteArray(message).contains("FLASH"));
+        // No program was written, so no settings were written back with it.
+        EXPECT_FALSE(alerts.details.last().contains(QStringLiteral("written back"))) << alerts.details.last().toStdString();
+        EXPECT_EQ(alerts.kinds.last(), rz48::AlertKind::Error);
         if (faults.dropEchoAt == 5) {
             EXPECT_NE(out.text().find("preload failed at addr 5 of 772, res = 0\n"), std::string::npos);
         }
@@ -224,7 +231,9 @@ TEST_F(UpdateTest, OneUpdateAtATimeAndNoQuitWithoutAsking)
     for (int answer : {-1, 0}) {
         alerts.choice = answer;
         EXPECT_FALSE(view->mayClose());
-        EXPECT_TRUE(alerts.questions.last().startsWith(QStringLiteral("An update is running: quitting now leaves the unit without a working program")));
+        EXPECT_EQ(alerts.questions.last(), QStringLiteral("An update is running. Quit anyway?"));
+        EXPECT_EQ(alerts.choices, (QStringList {QStringLiteral("Keep updating"), QStringLiteral("Quit anyway")}));
+        EXPECT_EQ(alerts.defaults.last(), 0); // the safe one
     }
     EXPECT_EQ(alerts.questions.size(), 2);
     QTest::qWait(100);

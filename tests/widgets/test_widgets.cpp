@@ -11,6 +11,7 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 #include <QTest>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -91,6 +92,20 @@ TEST(ValueSlider, ShowsItsValueHoweverItWasSet)
         slider.setValue(200);
     }
     EXPECT_EQ(slider.valueLabel()->text(), QStringLiteral("200 px"));
+
+    // The keys and the wheel step it in steps an operator can place.
+    QTest::keyClick(&slider, Qt::Key_Right);
+    EXPECT_EQ(slider.value(), 201);
+    QTest::keyClick(&slider, Qt::Key_PageDown);
+    EXPECT_EQ(slider.value(), 185);
+    QWheelEvent notch(QPointF(5, 5), QPointF(5, 5), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&slider, &notch);
+    EXPECT_EQ(slider.value(), 186);
+    QWheelEvent half(QPointF(5, 5), QPointF(5, 5), QPoint(), QPoint(0, 60), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&slider, &half);
+    EXPECT_EQ(slider.value(), 186);
+    QCoreApplication::sendEvent(&slider, &half);
+    EXPECT_EQ(slider.value(), 187);
 }
 
 TEST(ColorWell, OnlyTheOperatorsChoiceIsSignalled)
