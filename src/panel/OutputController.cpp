@@ -78,7 +78,7 @@ void OutputController::showWindow(int timecodeType)
         window_->setTimecodeType(timecodeType);
         rz48::applyTooltips(window_);
         // Beside the panel where it fits, or where the operator left it.
-        const auto* panel = qobject_cast<const QWidget*>(parent());
+        auto* panel = qobject_cast<QWidget*>(parent());
         rz48::placeWindow(window_, panel ? panel->window() : nullptr);
     }
     window_->show();

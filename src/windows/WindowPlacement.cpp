@@ -115,7 +115,7 @@ void fitOnScreen(QWidget* window)
     moveOuter(window, outer.topLeft());
 }
 
-void placeWindow(QWidget* window, const QWidget* anchor)
+void placeWindow(QWidget* window, QWidget* anchor)
 {
     if (!window->findChild<QObject*>(QLatin1String(PlaceKeeper::kName), Qt::FindDirectChildrenOnly))
         new PlaceKeeper(window);
@@ -130,14 +130,29 @@ void placeWindow(QWidget* window, const QWidget* anchor)
         return;
     }
     const QMargins frame = frameOf(window);
-    const QRect beside = outerOf(anchor);
-    const int roomRight = area.right() - beside.right();
-    const int roomLeft = beside.left() - area.left();
+    QRect beside = outerOf(anchor);
+    int roomRight = area.right() - beside.right();
+    int roomLeft = beside.left() - area.left();
     const bool right = roomRight >= roomLeft;
-    const int room = std::max(roomRight, roomLeft);
     // As wide as it would be where there is room, else as narrow as it can be.
     const int frameWidth = frame.left() + frame.right();
     const int smallest = window->minimumSizeHint().expandedTo(window->minimumSize()).width() + frameWidth;
+    // Where the two cannot stand side by side, the anchor gives up what it
+    // can spare (it scrolls rather than squeezes), so that nothing is hidden.
+    if (!anchor->isVisible() && !QSettings().contains(keyOf(anchor))) {
+        const int lacking = smallest - std::max(roomRight, roomLeft);
+        const int spare = anchor->width() - std::max(anchor->minimumSizeHint().width(), anchor->minimumWidth());
+        if (lacking > 0 && spare > 0) {
+            const int given = std::min(lacking, spare);
+            anchor->resize(anchor->width() - given, anchor->height());
+            if (!right)
+                anchor->move(anchor->pos() + QPoint(given, 0));
+            beside = outerOf(anchor);
+            roomRight = area.right() - beside.right();
+            roomLeft = beside.left() - area.left();
+        }
+    }
+    const int room = std::max(roomRight, roomLeft);
     const int outerWidth = std::min(window->width() + frameWidth, std::max(room, smallest));
     const int outerHeight = std::min(window->height() + frame.top() + frame.bottom(), area.height());
     window->resize(outerWidth - frameWidth, outerHeight - frame.top() - frame.bottom());

@@ -19,8 +19,9 @@ void fitOnScreen(QWidget* window);
 // Before a window first shows: where it was left last time (kept under its
 // object name between runs), else beside `anchor` where it fits, else at the
 // side with the most room, covering as little of `anchor` as its smallest
-// size allows. The window keeps its place when it hides or closes, and is
+// size allows; an anchor placed on this run gives up what it can spare to
+// make room. The window keeps its place when it hides or closes, and is
 // fitted again once the window manager has framed it.
-void placeWindow(QWidget* window, const QWidget* anchor = nullptr);
+void placeWindow(QWidget* window, QWidget* anchor = nullptr);
 
 } // namespace rz48
