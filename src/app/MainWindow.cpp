@@ -88,13 +88,16 @@ void MainWindow::addPanelMenus()
     output->setObjectName(QStringLiteral("menuWindowUnitOutput"));
     output->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
 
-    // The window commands work from the cue window too.
-    auto inBothWindows = [this](std::initializer_list<QAction*> actions) {
-        if (CueDocument* document = view_->cueDocument(); document && document->window())
-            for (QAction* action : actions)
+    // The window commands work from every window of the program (and are the
+    // cue window's own too, where a platform keeps shortcuts to a window).
+    auto everywhere = [this](std::initializer_list<QAction*> actions) {
+        for (QAction* action : actions) {
+            action->setShortcutContext(Qt::ApplicationShortcut);
+            if (CueDocument* document = view_->cueDocument(); document && document->window())
                 document->window()->addAction(action);
+        }
     };
-    inBothWindows({quit, cueList, output});
+    everywhere({quit, cueList, output});
 
     QMenu* unit = menuBar()->addMenu(tr("&Unit"));
     unit->setObjectName(QStringLiteral("menuUnit"));
@@ -109,7 +112,7 @@ void MainWindow::addPanelMenus()
             link->choosePort(view_->updates()->firmwareVersion());
     });
     port->setObjectName(QStringLiteral("menuUnitPort"));
-    inBothWindows({reconnect});
+    everywhere({reconnect});
     notWhileUpdating->addAction(reconnect);
     notWhileUpdating->addAction(port);
     unit->addSeparator();
@@ -200,7 +203,7 @@ QString MainWindow::aboutText() const
 
 QString MainWindow::shortcutsText()
 {
-    return tr("In both windows (the panel and the cue list):\n"
+    return tr("In every window (the panel, the cue list, the unit output):\n"
               "Ctrl+N  a new, empty cue list\n"
               "Ctrl+O  open a cue list\n"
               "Ctrl+S  save the cue list; Ctrl+Shift+S  save it as...\n"

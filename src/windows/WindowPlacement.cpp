@@ -53,6 +53,9 @@ public:
         connect(qApp, &QCoreApplication::aboutToQuit, this, &PlaceKeeper::keep);
     }
 
+    // Whether the window took the place kept from an earlier run.
+    bool restored = false;
+
     bool eventFilter(QObject*, QEvent* event) override
     {
         switch (event->type()) {
@@ -76,14 +79,28 @@ public:
 private:
     void keep()
     {
-        if (window_->isVisible() && !window_->isFullScreen())
-            QSettings().setValue(keyOf(window_), window_->saveGeometry());
+        // Its frame's corner and its size: where it goes back to, frame and all.
+        if (window_->isVisible() && !window_->isFullScreen() && !window_->isMaximized()) {
+            QSettings settings;
+            settings.setValue(keyOf(window_), QRect(window_->pos(), window_->size()));
+            // The window manager's frame, for the next run's windows before they are framed.
+            if (const QWindow* handle = window_->windowHandle(); handle && !handle->frameMargins().isNull()) {
+                const QMargins m = handle->frameMargins();
+                settings.setValue(QStringLiteral("windows/frame"), QRect(m.left(), m.top(), m.right(), m.bottom()));
+            }
+        }
     }
 
     static constexpr int kFramingMs = 250;
     QWidget* window_;
     bool framed_ = false;
 };
+
+PlaceKeeper* keeperOf(QWidget* window)
+{
+    // Only a PlaceKeeper carries its name.
+    return static_cast<PlaceKeeper*>(window->findChild<QObject*>(QLatin1String(PlaceKeeper::kName), Qt::FindDirectChildrenOnly));
+}
 
 } // namespace
 
@@ -96,6 +113,9 @@ QMargins frameOf(const QWidget* window)
     }
     if (QGuiApplication::platformName() == QLatin1String("offscreen"))
         return {};
+    // The frame the window manager gave the last run's windows.
+    if (const QRect kept = QSettings().value(QStringLiteral("windows/frame")).toRect(); !kept.isNull())
+        return {kept.x(), kept.y(), kept.width(), kept.height()};
     // A typical title bar and border until the window manager says.
     const int title = window->fontMetrics().height() + 12;
     return {4, title, 4, 4};
@@ -117,10 +137,14 @@ void fitOnScreen(QWidget* window)
 
 void placeWindow(QWidget* window, QWidget* anchor)
 {
-    if (!window->findChild<QObject*>(QLatin1String(PlaceKeeper::kName), Qt::FindDirectChildrenOnly))
-        new PlaceKeeper(window);
-    const QByteArray kept = QSettings().value(keyOf(window)).toByteArray();
-    if (!kept.isEmpty() && window->restoreGeometry(kept)) {
+    PlaceKeeper* keeper = keeperOf(window);
+    if (!keeper)
+        keeper = new PlaceKeeper(window);
+    const QRect kept = QSettings().value(keyOf(window)).toRect();
+    keeper->restored = kept.isValid();
+    if (keeper->restored) {
+        window->resize(kept.size());
+        moveOuter(window, kept.topLeft());
         fitOnScreen(window);
         return;
     }
@@ -139,11 +163,12 @@ void placeWindow(QWidget* window, QWidget* anchor)
     const int smallest = window->minimumSizeHint().expandedTo(window->minimumSize()).width() + frameWidth;
     // Where the two cannot stand side by side, the anchor gives up what it
     // can spare (it scrolls rather than squeezes), so that nothing is hidden.
-    if (!anchor->isVisible() && !QSettings().contains(keyOf(anchor))) {
+    if (const PlaceKeeper* placed = keeperOf(anchor); placed && !placed->restored) {
+        // At most a quarter of its width, and only where that is all it takes.
         const int lacking = smallest - std::max(roomRight, roomLeft);
-        const int spare = anchor->width() - std::max(anchor->minimumSizeHint().width(), anchor->minimumWidth());
-        if (lacking > 0 && spare > 0) {
-            const int given = std::min(lacking, spare);
+        const int spare = std::min(anchor->width() / 4, anchor->width() - std::max(anchor->minimumSizeHint().width(), anchor->minimumWidth()));
+        if (lacking > 0 && lacking <= spare) {
+            const int given = lacking;
             anchor->resize(anchor->width() - given, anchor->height());
             if (!right)
                 anchor->move(anchor->pos() + QPoint(given, 0));

@@ -19,9 +19,10 @@ void fitOnScreen(QWidget* window);
 // Before a window first shows: where it was left last time (kept under its
 // object name between runs), else beside `anchor` where it fits, else at the
 // side with the most room, covering as little of `anchor` as its smallest
-// size allows; an anchor placed on this run gives up what it can spare to
-// make room. The window keeps its place when it hides or closes, and is
-// fitted again once the window manager has framed it.
+// size allows; an anchor placed afresh on this run (not where it was left)
+// gives up as much as a quarter of its width where that makes room. The
+// window keeps its place when it hides or closes, and is fitted again once
+// the window manager has framed it.
 void placeWindow(QWidget* window, QWidget* anchor = nullptr);
 
 } // namespace rz48

@@ -74,18 +74,17 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
                                                        << w->frameGeometry().x() << "," << w->frameGeometry().y() << " "
                                                        << w->frameGeometry().width() << "x" << w->frameGeometry().height();
     }
-    // Beside each other where they fit; at 1x, where they cannot, the cue
-    // window covers at most a tenth of the panel.
+    // At 1x the panel makes room and the cue window stands beside it (a tenth
+    // of the panel covered would be the most allowed).
     const QRect covered = cues->frameGeometry().intersected(window.frameGeometry());
     if (scale == 1)
-        EXPECT_LE(qint64(covered.width()) * covered.height(), qint64(window.frameGeometry().width()) * window.frameGeometry().height() / 10)
-        << "the cue window covers " << covered.width() << "x" << covered.height() << " of the panel";
+        EXPECT_TRUE(covered.isEmpty()) << "the cue window covers " << covered.width() << "x" << covered.height() << " of the panel";
 
-    // The window commands work from the cue window too.
+    // The window commands work from every window.
     for (const char* name : {"menuFileQuit", "menuWindowUnitOutput", "menuWindowCueList", "menuUnitReconnect"}) {
         auto* action = window.findChild<QAction*>(QLatin1String(name));
         ASSERT_NE(action, nullptr) << name;
-        EXPECT_TRUE(cues->actions().contains(action)) << name;
+        EXPECT_EQ(action->shortcutContext(), Qt::ApplicationShortcut) << name;
     }
     EXPECT_EQ(cues->findChild<QAction*>(QStringLiteral("menuFileSaveAs"))->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
     output->hide();
