@@ -2,14 +2,18 @@
 // the annunciator, the timecode window and two text lines; and the transport
 // over ten simulated minutes at 25 and 29.97 frames a second (frames shown
 // against frames due), then a real-time run that draws every frame when it
-// is due, for the largest lateness on this machine.
+// is due, for the largest lateness on this machine; and ten minutes of LTC
+// written and read back (frames read, and read more than a frame from where
+// they were written).
 #include "emulator/EmulatedUnit.h"
+#include "emulator/Ltc.h"
 #include "emulator/OutputRenderer.h"
 #include "emulator/Transport.h"
 #include "emulator/UnitTimecode.h"
 
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <thread>
 
@@ -122,6 +126,38 @@ void BM_PlayRealTime(benchmark::State& state)
     state.counters["doubled"] = double(doubled);
     state.counters["worst_late_ms"] = worstMs;
 }
+// Ten minutes of LTC at 25 (1) and 29.97 drop-frame (2) frames a second,
+// from 00:59:00:00, written at 48 kHz and read back.
+void BM_LtcTenMinutes(benchmark::State& state)
+{
+    const int type = int(state.range(0));
+    const double fps = type == 1 ? 25.0 : 30000.0 / 1001.0;
+    int64_t first = 0;
+    rz48::emu::parseLabel(type == 1 ? "00:59:00:00" : "00:59:00;00", type, &first);
+    size_t read = 0, off = 0, wrong = 0;
+    for (auto _ : state) {
+        rz48::emu::Audio audio;
+        audio.sampleRate = 48000;
+        audio.samples = rz48::emu::writeLtc(first, 600.0, type, 48000);
+        const std::vector<rz48::emu::LtcReading> frames = rz48::emu::readLtc(audio);
+        read = frames.size();
+        off = wrong = 0;
+        for (size_t i = 0; i < frames.size(); ++i) {
+            const rz48::emu::LtcReading& r = frames[i];
+            int64_t frame = -1;
+            if (!rz48::emu::frameOfFields(r.hours, r.minutes, r.seconds, r.frames, type, &frame) || frame != first + int64_t(i))
+                ++wrong;
+            if (std::abs(r.at - double(i) / fps) > 1.0 / fps)
+                ++off;
+        }
+    }
+    state.counters["written"] = std::ceil(600.0 * fps);
+    state.counters["read"] = double(read);
+    state.counters["wrong_label"] = double(wrong);
+    state.counters["over_a_frame_off"] = double(off);
+}
+BENCHMARK(BM_LtcTenMinutes)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(1);
+
 BENCHMARK(BM_PlayRealTime)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
 } // namespace

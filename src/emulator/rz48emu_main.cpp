@@ -2,6 +2,7 @@
 // path and logs everything the unit receives, until interrupted; or, with
 // "render", draws one frame of the unit's output for a setup, a cue sheet and
 // a timecode.
+#include "emulator/Ltc.h"
 #include "emulator/OutputRenderer.h"
 #include "emulator/PtyHost.h"
 #include "emulator/UnitTimecode.h"
@@ -11,6 +12,7 @@
 #include <QBuffer>
 #include <QGuiApplication>
 
+#include <charconv>
 #include <csignal>
 #include <filesystem>
 #include <cstdio>
@@ -37,6 +39,8 @@ void usage(FILE* out)
     std::fputs(
         "Usage: rz48-emu [options]\n"
         "       rz48-emu render --setup FILE [--cues SHEET] --at HH:MM:SS:FF -o FRAME.png\n"
+        "       rz48-emu ltc read FILE.wav\n"
+        "       rz48-emu ltc write --start HH:MM:SS:FF --seconds N --tctype T -o FILE.wav\n"
         "Runs an emulated RZ-48 video overlay unit on a pseudo-terminal and publishes it\n"
         "as a symbolic link that the panel finds like a USB serial adapter.\n"
         "\n"
@@ -59,8 +63,13 @@ void usage(FILE* out)
         "streamers end on their In times) at the sheet's timecode type (;tctype, default 1:\n"
         "25 frames a second; --tctype N sets it: 0 24, 1 25, 2 29.97 drop-frame, 3 30).\n"
         "\n"
-        "Exit status: 0 stopped by a signal (render: the frame was written), 1 the pseudo-terminal\n"
-        "could not be made (render: a file could not be read or written), 2 wrong usage.\n",
+        "ltc read prints every linear timecode frame a WAV file holds, forwards or backwards,\n"
+        "as \"HH:MM:SS:FF at 1.040 s\" (where the frame starts in the file). ltc write writes\n"
+        "N seconds of LTC from a timecode at a timecode type (as above) as a 48 kHz 16-bit\n"
+        "mono WAV file, for a DAW or the unit to follow.\n"
+        "\n"
+        "Exit status: 0 stopped by a signal (render, ltc: done), 1 the pseudo-terminal could not be\n"
+        "made (render, ltc: a file could not be read or written, or held no LTC), 2 wrong usage.\n",
         out);
 }
 
@@ -191,6 +200,66 @@ int renderMain(int argc, char** argv)
     return 0;
 }
 
+// rz48-emu ltc read FILE.wav | ltc write --start TC --seconds N --tctype T -o FILE.wav
+int ltcMain(int argc, char** argv)
+{
+    const std::string verb = argc > 1 ? argv[1] : "";
+    if (verb == "read") {
+        if (argc != 3)
+            return fail(2, "ltc read takes one WAV file");
+        const std::string path = argv[2];
+        QByteArray bytes;
+        QString why;
+        if (!rz48::readFileBounded(QString::fromLocal8Bit(path.c_str()), rz48::emu::kMaxWavBytes, bytes, &why))
+            return fail(1, "cannot read " + path + ": " + why.toStdString());
+        rz48::emu::Audio audio;
+        std::string error;
+        if (!rz48::emu::parseWav(bytes, audio, &error))
+            return fail(1, path + ": " + error);
+        const std::vector<rz48::emu::LtcReading> readings = rz48::emu::readLtc(audio);
+        for (const rz48::emu::LtcReading& r : readings)
+            std::printf("%s\n", rz48::emu::ltcLine(r).c_str());
+        if (readings.empty())
+            return fail(1, path + ": no linear timecode found");
+        return 0;
+    }
+    if (verb != "write")
+        return fail(2, "ltc takes read FILE.wav, or write --start TC --seconds N --tctype T -o FILE.wav");
+    std::string start, secondsText, outPath;
+    int type = -1;
+    for (int i = 2; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (i + 1 >= argc)
+            return fail(2, "ltc write: " + arg + " needs a value");
+        const std::string value = argv[++i];
+        if (arg == "--start")
+            start = value;
+        else if (arg == "--seconds")
+            secondsText = value;
+        else if (arg == "--tctype" && value.size() == 1 && value[0] >= '0' && value[0] <= '3')
+            type = value[0] - '0';
+        else if (arg == "-o")
+            outPath = value;
+        else
+            return fail(2, "ltc write: unknown option or value: " + arg + " " + value);
+    }
+    if (start.empty() || secondsText.empty() || type < 0 || outPath.empty())
+        return fail(2, "ltc write needs --start HH:MM:SS:FF, --seconds N, --tctype 0 to 3 and -o FILE.wav");
+    double seconds = 0;
+    const auto [end, ec] = std::from_chars(secondsText.data(), secondsText.data() + secondsText.size(), seconds);
+    if (ec != std::errc() || end != secondsText.data() + secondsText.size() || !(seconds > 0) || seconds > 86400)
+        return fail(2, "--seconds " + secondsText + " is not a number of seconds from 0 to 86400");
+    int64_t first = 0;
+    if (!rz48::emu::parseLabel(start, type, &first))
+        return fail(2, "--start " + start + " is not a timecode of type " + std::to_string(type));
+    constexpr int kRate = 48000;
+    const QByteArray wav = rz48::emu::wavOf(rz48::emu::writeLtc(first, seconds, type, kRate), kRate);
+    QString why;
+    if (!rz48::writeFileAtomically(QString::fromLocal8Bit(outPath.c_str()), wav, &why))
+        return fail(1, "cannot write " + outPath + ": " + why.toStdString());
+    return 0;
+}
+
 std::string defaultDirectory()
 {
     if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime && *runtime)
@@ -204,6 +273,8 @@ int main(int argc, char** argv)
 {
     if (argc > 1 && std::strcmp(argv[1], "render") == 0)
         return renderMain(argc - 1, argv + 1);
+    if (argc > 1 && std::strcmp(argv[1], "ltc") == 0)
+        return ltcMain(argc - 1, argv + 1);
     std::string dir = defaultDirectory();
     std::string name = "tty.usbserial-EMU";
     rz48::emu::PtyHost host;

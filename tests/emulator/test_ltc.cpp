@@ -1,0 +1,150 @@
+// Linear timecode written and read back at every timecode type, through WAV
+// files and rz48-emu ltc; WAV files the reader must refuse.
+#include "emulator/Ltc.h"
+#include "emulator/UnitTimecode.h"
+#include "emulator/Wav.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using rz48::emu::LtcReading;
+
+std::string labelOf(const LtcReading& r)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%02d:%02d:%02d:%02d", r.hours, r.minutes, r.seconds, r.frames);
+    return text;
+}
+
+// Three seconds from a start a little before a minute: every frame read
+// back in order, labelled as the type counts (drop-frame skips ;00 and ;01),
+// each within one frame of where it was written.
+TEST(Ltc, WrittenAndReadBackFrameByFrameAtEveryType)
+{
+    const std::tuple<int, const char*, double, const char*> cases[] = {
+        {0, "10:00:58:20", 24.0, "10:00:59:00"},
+        {1, "10:00:58:20", 25.0, "10:00:59:00"},
+        {2, "10:00:58;20", 30000.0 / 1001.0, "10:01:00:02"},
+        {3, "10:00:58:20", 30.0, "10:00:59:00"},
+    };
+    for (const auto& [type, start, fps, probe] : cases) {
+        int64_t first = 0;
+        ASSERT_TRUE(rz48::emu::parseLabel(start, type, &first)) << start;
+        rz48::emu::Audio audio;
+        std::string why;
+        ASSERT_TRUE(rz48::emu::parseWav(rz48::emu::wavOf(rz48::emu::writeLtc(first, 3.0, type, 48000), 48000), audio, &why)) << why;
+        EXPECT_EQ(audio.sampleRate, 48000);
+        EXPECT_NEAR(double(audio.samples.size()), 3.0 * 48000, 48000 / fps + 1) << type;
+        const std::vector<LtcReading> read = rz48::emu::readLtc(audio);
+        ASSERT_GE(read.size(), size_t(3 * fps) - 2) << type;
+        EXPECT_EQ(labelOf(read.front()), std::string(start).replace(8, 1, ":")) << type;
+        bool sawProbe = false;
+        for (size_t i = 0; i < read.size(); ++i) {
+            EXPECT_EQ(read[i].dropFrame, type == 2) << type;
+            EXPECT_FALSE(read[i].reverse);
+            int64_t frame = 0;
+            ASSERT_TRUE(rz48::emu::frameOfFields(read[i].hours, read[i].minutes, read[i].seconds, read[i].frames, type, &frame))
+                << type << " " << labelOf(read[i]);
+            EXPECT_EQ(frame, first + int64_t(i)) << type << " " << labelOf(read[i]);
+            EXPECT_NEAR(read[i].at, double(i) / fps, 1.0 / fps) << type << " " << labelOf(read[i]);
+            sawProbe = sawProbe || labelOf(read[i]) == probe;
+        }
+        EXPECT_TRUE(sawProbe) << type << ": " << probe;
+    }
+}
+
+// Played backwards, and 30 dB down: every frame is still read, backwards
+// flagged and in falling order.
+TEST(Ltc, ReadBackwardsAndQuiet)
+{
+    int64_t first = 0;
+    ASSERT_TRUE(rz48::emu::parseLabel("00:59:59:00", 1, &first));
+    rz48::emu::Audio audio;
+    audio.sampleRate = 48000;
+    audio.samples = rz48::emu::writeLtc(first, 2.0, 1, 48000);
+    for (int16_t& s : audio.samples)
+        s = int16_t(s / 32); // -30 dB
+    const size_t forwards = rz48::emu::readLtc(audio).size();
+    EXPECT_GE(forwards, 48u);
+    std::reverse(audio.samples.begin(), audio.samples.end());
+    const std::vector<LtcReading> read = rz48::emu::readLtc(audio);
+    ASSERT_GE(read.size(), 48u);
+    for (size_t i = 1; i < read.size(); ++i) {
+        EXPECT_TRUE(read[i].reverse);
+        int64_t a = 0, b = 0;
+        ASSERT_TRUE(rz48::emu::frameOfFields(read[i - 1].hours, read[i - 1].minutes, read[i - 1].seconds, read[i - 1].frames, 1, &a));
+        ASSERT_TRUE(rz48::emu::frameOfFields(read[i].hours, read[i].minutes, read[i].seconds, read[i].frames, 1, &b));
+        EXPECT_EQ(b, a - 1) << labelOf(read[i]);
+    }
+    EXPECT_EQ(labelOf(read.front()), "01:00:00:24");
+}
+
+TEST(Wav, WhatIsNotAWavFileIsRefusedWithWhy)
+{
+    rz48::emu::Audio audio;
+    std::string why;
+    const QByteArray good = rz48::emu::wavOf({0, 1000, -1000, 32767}, 48000);
+    ASSERT_TRUE(rz48::emu::parseWav(good, audio, &why));
+    EXPECT_EQ(audio.samples, (std::vector<int16_t> {0, 1000, -1000, 32767}));
+    // Cut inside the samples: what is there is kept.
+    ASSERT_TRUE(rz48::emu::parseWav(good.left(good.size() - 3), audio, &why));
+    EXPECT_EQ(audio.samples.size(), 2u);
+    const std::pair<QByteArray, const char*> refused[] = {
+        {QByteArray("hello"), "not a WAV file"},
+        {good.left(30), "its format chunk is cut short"},
+        {good.left(36), "it has no samples"},
+        {QByteArray(good).replace(20, 2, QByteArray("\x02\x00", 2)), "neither 8-, 16-, 24- or 32-bit PCM"},
+        {QByteArray(good).replace(22, 2, QByteArray("\x00\x00", 2)), "it says 0 channels"},
+    };
+    for (const auto& [bytes, reason] : refused) {
+        why.clear();
+        EXPECT_FALSE(rz48::emu::parseWav(bytes, audio, &why)) << reason;
+        EXPECT_NE(why.find(reason), std::string::npos) << why;
+    }
+}
+
+TEST(Ltc, CommandLineWritesAndReads)
+{
+    QTemporaryDir dir;
+    auto run = [](const QStringList& args, QString* out, QString* err) {
+        QProcess emu;
+        emu.start(QStringLiteral(RZ48_EMU_PATH), args);
+        EXPECT_TRUE(emu.waitForFinished(60000));
+        *out = QString::fromLocal8Bit(emu.readAllStandardOutput());
+        *err = QString::fromLocal8Bit(emu.readAllStandardError());
+        return emu.exitCode();
+    };
+    QString out, err;
+    const QString wav = dir.filePath(QStringLiteral("ltc.wav"));
+    ASSERT_EQ(run({"ltc", "write", "--start", "01:00:00:00", "--seconds", "2", "--tctype", "1", "-o", wav}, &out, &err), 0)
+        << err.toStdString();
+    ASSERT_EQ(run({"ltc", "read", wav}, &out, &err), 0) << err.toStdString();
+    const QStringList lines = out.split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_GE(lines.size(), 48);
+    EXPECT_EQ(lines.first(), QStringLiteral("01:00:00:00 at 0.000 s"));
+    EXPECT_EQ(lines[26], QStringLiteral("01:00:01:01 at 1.040 s"));
+    // Refused: a start the type lacks, seconds that are not, a file that holds no LTC, a place that cannot be written.
+    EXPECT_EQ(run({"ltc", "write", "--start", "01:01:00;00", "--seconds", "1", "--tctype", "2", "-o", wav}, &out, &err), 2);
+    EXPECT_TRUE(err.contains(QLatin1String("not a timecode of type 2"))) << err.toStdString();
+    EXPECT_EQ(run({"ltc", "write", "--start", "01:00:00:00", "--seconds", "1,5", "--tctype", "1", "-o", wav}, &out, &err), 2);
+    QFile silence(dir.filePath(QStringLiteral("silence.wav")));
+    ASSERT_TRUE(silence.open(QIODevice::WriteOnly));
+    silence.write(rz48::emu::wavOf(std::vector<int16_t>(48000, 0), 48000));
+    silence.close();
+    EXPECT_EQ(run({"ltc", "read", silence.fileName()}, &out, &err), 1);
+    EXPECT_TRUE(err.contains(QLatin1String("no linear timecode found"))) << err.toStdString();
+    EXPECT_EQ(run({"ltc", "write", "--start", "01:00:00:00", "--seconds", "1", "--tctype", "1", "-o",
+                   dir.filePath(QStringLiteral("missing/ltc.wav"))},
+                  &out, &err),
+              1);
+    EXPECT_TRUE(err.contains(QLatin1String("cannot write"))) << err.toStdString();
+}
+
+} // namespace
