@@ -70,12 +70,15 @@ QSize OutputRenderer::textSize(const std::string& text, int pixels)
     return {metrics.horizontalAdvance(QString::fromLatin1(text.data(), qsizetype(text.size()))), metrics.height()};
 }
 
-void OutputRenderer::render(const OutputFrame& frame, QImage& image)
+void OutputRenderer::render(const OutputFrame& frame, QImage& image, const QImage* picture)
 {
     if (image.width() != kOutputWidth || image.height() != kOutputHeight || image.format() != QImage::Format_RGB32)
         image = QImage(kOutputWidth, kOutputHeight, QImage::Format_RGB32);
     const int background = frame.background & 3;
-    if (background == 0)
+    const bool video = picture && picture->size() == image.size() && picture->format() == QImage::Format_RGB32;
+    if (background == 0 && video)
+        std::memcpy(image.bits(), picture->constBits(), size_t(image.sizeInBytes()));
+    else if (background == 0)
         image.fill(0xFF000000u);
     else
         std::memcpy(image.bits(), backgrounds_[background].constBits(), size_t(image.sizeInBytes()));

@@ -16,8 +16,10 @@ namespace rz48::emu {
 class OutputRenderer {
 public:
     OutputRenderer();
-    // Draws into `image`, made 1920 x 1080 RGB32 when it is not.
-    void render(const OutputFrame& frame, QImage& image);
+    // Draws into `image`, made 1920 x 1080 RGB32 when it is not. Under the
+    // shapes: `picture` (the video, 1920 x 1080 RGB32) where given and the
+    // colour bars and grey scale are off, else black.
+    void render(const OutputFrame& frame, QImage& image, const QImage* picture = nullptr);
     QImage render(const OutputFrame& frame);
 
     // The size of a line of text at a pixel size, as the renderer draws it.

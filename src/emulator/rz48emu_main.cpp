@@ -6,6 +6,7 @@
 #include "emulator/OutputRenderer.h"
 #include "emulator/PtyHost.h"
 #include "emulator/UnitTimecode.h"
+#include "emulator/VideoFile.h"
 
 #include "common/FileIo.h"
 
@@ -38,7 +39,8 @@ void usage(FILE* out)
 {
     std::fputs(
         "Usage: rz48-emu [options]\n"
-        "       rz48-emu render --setup FILE [--cues SHEET] --at HH:MM:SS:FF -o FRAME.png\n"
+        "       rz48-emu render --setup FILE [--cues SHEET] [--video FILE [--video-start TC]]\n"
+        "                       --at HH:MM:SS:FF -o FRAME.png\n"
         "       rz48-emu ltc read FILE.wav\n"
         "       rz48-emu ltc write --start HH:MM:SS:FF --seconds N --tctype T -o FILE.wav\n"
         "Runs an emulated RZ-48 video overlay unit on a pseudo-terminal and publishes it\n"
@@ -62,6 +64,9 @@ void usage(FILE* out)
         "setup file (as the panel and rz48ctl save them), the cues of a cue sheet (their\n"
         "streamers end on their In times) at the sheet's timecode type (;tctype, default 1:\n"
         "25 frames a second; --tctype N sets it: 0 24, 1 25, 2 29.97 drop-frame, 3 30).\n"
+        "With --video the output is drawn over the video's frame at that timecode: its first\n"
+        "frame stands for --video-start, else the file's own timecode tag, else 00:00:00:00;\n"
+        "before its start and after its end the picture is black.\n"
         "\n"
         "ltc read prints every linear timecode frame a WAV file holds, forwards or backwards,\n"
         "as \"HH:MM:SS:FF at 1.040 s\" (where the frame starts in the file). ltc write writes\n"
@@ -113,7 +118,7 @@ int fail(int status, const std::string& message)
 // an emulated unit as the panel would send them; its output is drawn.
 int renderMain(int argc, char** argv)
 {
-    std::string setupPath, sheetPath, at, outPath;
+    std::string setupPath, sheetPath, at, outPath, videoPath, videoStart;
     int type = -1;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
@@ -134,6 +139,10 @@ int renderMain(int argc, char** argv)
             outPath = value;
         else if (arg == "--tctype" && value.size() == 1 && value[0] >= '0' && value[0] <= '3')
             type = value[0] - '0';
+        else if (arg == "--video")
+            videoPath = value;
+        else if (arg == "--video-start")
+            videoStart = value;
         else
             return fail(2, "render: unknown option or value: " + arg + " " + value);
     }
@@ -188,8 +197,26 @@ int renderMain(int argc, char** argv)
         ::setenv("QT_QPA_PLATFORM", "offscreen", 0);
     int qtArgc = 1;
     QGuiApplication app(qtArgc, argv);
+    QImage picture;
+    if (!videoPath.empty()) {
+        rz48::emu::VideoFile video;
+        if (!video.open(videoPath, &error))
+            return fail(1, "cannot open the video " + videoPath + ": " + error);
+        // Its first frame stands for the start given, else its own tag, else midnight.
+        const std::string start = !videoStart.empty() ? videoStart : !video.timecodeTag().empty() ? video.timecodeTag() : "00:00:00:00";
+        int64_t first = 0;
+        if (!rz48::emu::parseLabel(start, type, &first))
+            return fail(videoStart.empty() ? 1 : 2, (videoStart.empty() ? "the video's timecode tag " : "--video-start ") + start
+                                                        + " is not a timecode of type " + std::to_string(type));
+        if (!rz48::emu::ratesMatch(video.fps(), type))
+            std::fprintf(stderr, "rz48-emu: the video runs at %.3f frames a second and the timecode at another rate: its frames "
+                                 "are taken label for label\n", video.fps());
+        if (!video.frameAt(rz48::emu::videoIndexAt(frame, first), picture, &error))
+            return fail(1, videoPath + ": " + error);
+    }
     rz48::emu::OutputRenderer renderer;
-    const QImage image = renderer.render(rz48::emu::composeFrame(unit.outputState(), type, frame, 0));
+    QImage image;
+    renderer.render(rz48::emu::composeFrame(unit.outputState(), type, frame, 0), image, picture.isNull() ? nullptr : &picture);
     QByteArray png;
     QBuffer buffer(&png);
     QString why;

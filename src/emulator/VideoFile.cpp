@@ -1,0 +1,259 @@
+#include "emulator/VideoFile.h"
+
+#include "emulator/OutputModel.h"
+#include "emulator/UnitTimecode.h"
+
+#include <mpv/client.h>
+#include <mpv/render.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+}
+
+#include <algorithm>
+#include <chrono>
+#include <clocale>
+#include <condition_variable>
+#include <mutex>
+#include <cmath>
+#include <cstdio>
+
+namespace rz48::emu {
+
+namespace {
+
+std::string avError(int code)
+{
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return text;
+}
+
+// The file's rate, length and timecode tag, as libavformat reads them.
+bool probe(const std::string& path, double* fps, int64_t* frames, std::string* timecode, std::string* why)
+{
+    AVFormatContext* context = nullptr;
+    int status = avformat_open_input(&context, path.c_str(), nullptr, nullptr);
+    if (status < 0) {
+        *why = avError(status);
+        return false;
+    }
+    struct Close {
+        AVFormatContext** c;
+        ~Close() { avformat_close_input(c); }
+    } close {&context};
+    if ((status = avformat_find_stream_info(context, nullptr)) < 0) {
+        *why = avError(status);
+        return false;
+    }
+    const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (video < 0) {
+        *why = "it has no video";
+        return false;
+    }
+    const AVStream* stream = context->streams[video];
+    AVRational rate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+    if (rate.num <= 0 || rate.den <= 0) {
+        *why = "its frame rate is not known";
+        return false;
+    }
+    *fps = av_q2d(rate);
+    if (stream->nb_frames > 0)
+        *frames = stream->nb_frames;
+    else if (stream->duration > 0)
+        *frames = int64_t(std::llround(double(stream->duration) * av_q2d(stream->time_base) * *fps));
+    else if (context->duration > 0)
+        *frames = int64_t(std::llround(double(context->duration) / AV_TIME_BASE * *fps));
+    // The tag on the video stream, on the container, or on a timecode track.
+    const AVDictionaryEntry* tag = av_dict_get(stream->metadata, "timecode", nullptr, 0);
+    if (!tag)
+        tag = av_dict_get(context->metadata, "timecode", nullptr, 0);
+    for (unsigned i = 0; !tag && i < context->nb_streams; ++i)
+        tag = av_dict_get(context->streams[i]->metadata, "timecode", nullptr, 0);
+    timecode->clear();
+    if (tag && tag->value)
+        *timecode = tag->value;
+    return true;
+}
+
+} // namespace
+
+struct VideoFile::Player {
+    mpv_handle* mpv = nullptr;
+    mpv_render_context* render = nullptr;
+    std::mutex lock;
+    std::condition_variable changed;
+    bool update = false; // the renderer has something new
+    int64_t shown = -1;  // the frame the renderer holds
+
+    static void onUpdate(void* self)
+    {
+        auto* p = static_cast<Player*>(self);
+        std::lock_guard guard(p->lock);
+        p->update = true;
+        p->changed.notify_all();
+    }
+    // Waits for the renderer's next frame; false when none came in time.
+    bool waitForFrame(double seconds)
+    {
+        const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        for (;;) {
+            {
+                std::unique_lock guard(lock);
+                changed.wait_until(guard, until, [this] { return update; });
+                if (!update)
+                    return false;
+                update = false;
+            }
+            if (mpv_render_context_update(render) & MPV_RENDER_UPDATE_FRAME)
+                return true;
+        }
+    }
+    ~Player()
+    {
+        if (render)
+            mpv_render_context_free(render);
+        if (mpv)
+            mpv_terminate_destroy(mpv);
+    }
+    // Waits for an event; false on an error, the end of the file or the time running out.
+    bool waitFor(mpv_event_id wanted, double seconds, std::string* why)
+    {
+        const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        while (std::chrono::steady_clock::now() < until) {
+            const mpv_event* event = mpv_wait_event(mpv, 0.1);
+            if (event->event_id == wanted)
+                return true;
+            if (event->event_id == MPV_EVENT_END_FILE) {
+                const auto* end = static_cast<const mpv_event_end_file*>(event->data);
+                *why = end && end->error < 0 ? mpv_error_string(end->error) : "the file ended";
+                return false;
+            }
+        }
+        *why = "the video did not answer in time";
+        return false;
+    }
+};
+
+VideoFile::VideoFile() = default;
+VideoFile::~VideoFile() = default;
+
+bool VideoFile::open(const std::string& path, std::string* why)
+{
+    player_.reset();
+    frames_ = 0;
+    if (!probe(path, &fps_, &frames_, &timecode_, why))
+        return false;
+    auto player = std::make_unique<Player>();
+    // The player refuses to start under a locale whose numbers are not C's;
+    // the program reads and writes its own numbers in the C locale anyway.
+    std::setlocale(LC_NUMERIC, "C");
+    player->mpv = mpv_create();
+    if (!player->mpv) {
+        *why = "the video player could not be made";
+        return false;
+    }
+    for (const auto& [name, value] : {std::pair {"vo", "libmpv"}, {"ao", "null"}, {"audio", "no"}, {"sub", "no"},
+                                      {"hwdec", "no"}, {"pause", "yes"}, {"keep-open", "always"}, {"hr-seek", "yes"},
+                                      {"hr-seek-framedrop", "no"}, {"osd-level", "0"}, {"terminal", "no"},
+                                      {"config", "no"}, {"load-scripts", "no"}, {"ytdl", "no"}})
+        mpv_set_option_string(player->mpv, name, value);
+    if (mpv_initialize(player->mpv) < 0) {
+        *why = "the video player could not start";
+        return false;
+    }
+    mpv_render_param params[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)},
+                                 {MPV_RENDER_PARAM_INVALID, nullptr}};
+    if (mpv_render_context_create(&player->render, player->mpv, params) < 0) {
+        *why = "the video player has no software renderer";
+        return false;
+    }
+    mpv_render_context_set_update_callback(player->render, &Player::onUpdate, player.get());
+    const char* load[] = {"loadfile", path.c_str(), nullptr};
+    if (mpv_command(player->mpv, load) < 0 || !player->waitFor(MPV_EVENT_FILE_LOADED, 10, why))
+        return false;
+    player_ = std::move(player);
+    // The first frame, shown on loading, is drawn away so it is not taken for a later one.
+    QImage first;
+    if (player_->waitForFrame(5) && drawInto(first))
+        player_->shown = 0;
+    return true;
+}
+
+bool VideoFile::drawInto(QImage& picture)
+{
+    if (picture.width() != kOutputWidth || picture.height() != kOutputHeight || picture.format() != QImage::Format_RGB32)
+        picture = QImage(kOutputWidth, kOutputHeight, QImage::Format_RGB32);
+    int size[2] = {kOutputWidth, kOutputHeight};
+    size_t stride = size_t(picture.bytesPerLine());
+    mpv_render_param params[] = {{MPV_RENDER_PARAM_SW_SIZE, size},
+                                 {MPV_RENDER_PARAM_SW_FORMAT, const_cast<char*>("bgr0")},
+                                 {MPV_RENDER_PARAM_SW_STRIDE, &stride},
+                                 {MPV_RENDER_PARAM_SW_POINTER, picture.bits()},
+                                 {MPV_RENDER_PARAM_INVALID, nullptr}};
+    if (mpv_render_context_render(player_->render, params) < 0)
+        return false;
+    // The renderer leaves the byte it does not use as it found it.
+    auto* pixel = reinterpret_cast<uint32_t*>(picture.bits());
+    for (qsizetype i = 0, n = qsizetype(picture.sizeInBytes() / 4); i < n; ++i)
+        pixel[i] |= 0xFF000000u;
+    return true;
+}
+
+
+bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
+{
+    if (!player_ || index < 0 || index >= frames_) {
+        if (picture.width() != kOutputWidth || picture.height() != kOutputHeight || picture.format() != QImage::Format_RGB32)
+            picture = QImage(kOutputWidth, kOutputHeight, QImage::Format_RGB32);
+        picture.fill(0xFF000000u);
+        return true;
+    }
+    if (index == player_->shown && !last_.isNull()) {
+        picture = last_;
+        return true;
+    }
+    // A frame still waiting is drawn away first, so it is not taken for the new one.
+    if (mpv_render_context_update(player_->render) & MPV_RENDER_UPDATE_FRAME)
+        drawInto(picture);
+    // An exact seek shows the first frame at or after its time: a quarter of
+    // a frame before the frame's own, so rounding never shows its neighbour.
+    char at[64];
+    std::snprintf(at, sizeof at, "%.6f", std::max(0.0, (double(index) - 0.25) / fps_));
+    const char* seek[] = {"seek", at, "absolute+exact", nullptr};
+    if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why))
+        return false;
+    // The seek's frame, and any that follow it on the way, drawn until none is left.
+    bool drawn = false;
+    while (player_->waitForFrame(drawn ? 0.15 : 5)) {
+        if (!drawInto(picture)) {
+            *why = "the frame could not be drawn";
+            return false;
+        }
+        drawn = true;
+    }
+    if (!drawn) {
+        *why = "frame " + std::to_string(index) + " did not come";
+        return false;
+    }
+    player_->shown = index;
+    last_ = picture;
+    return true;
+}
+
+int64_t videoIndexAt(int64_t at, int64_t videoStart)
+{
+    return at < videoStart ? -1 : at - videoStart;
+}
+
+bool ratesMatch(double videoFps, int type)
+{
+    const FrameRate rate = frameRateOf(type);
+    const double list = rate.dropFrame ? 30000.0 / 1001.0 : rate.nominal;
+    auto near = [](double a, double b) { return std::abs(a - b) < 0.01; };
+    return near(videoFps, list) || (near(videoFps, 24000.0 / 1001.0) && rate.nominal == 24 && !rate.dropFrame)
+        || (near(videoFps, 30000.0 / 1001.0) && rate.nominal == 30);
+}
+
+} // namespace rz48::emu
