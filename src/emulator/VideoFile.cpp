@@ -217,25 +217,37 @@ bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
     // A frame still waiting is drawn away first, so it is not taken for the new one.
     if (mpv_render_context_update(player_->render) & MPV_RENDER_UPDATE_FRAME)
         drawInto(picture);
-    // An exact seek shows the first frame at or after its time: a quarter of
-    // a frame before the frame's own, so rounding never shows its neighbour.
-    char at[64];
-    std::snprintf(at, sizeof at, "%.6f", std::max(0.0, (double(index) - 0.25) / fps_));
-    const char* seek[] = {"seek", at, "absolute+exact", nullptr};
-    if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why))
-        return false;
-    // The seek's frame, and any that follow it on the way, drawn until none is left.
-    bool drawn = false;
-    while (player_->waitForFrame(drawn ? 0.15 : 5)) {
+    if (index == player_->shown + 1 && player_->shown >= 0) {
+        // Playing: the next frame is decoded on from the last, not sought.
+        const char* step[] = {"frame-step", nullptr};
+        if (mpv_command(player_->mpv, step) < 0) {
+            *why = "the next frame could not be asked for";
+            return false;
+        }
+    } else {
+        // An exact seek shows the first frame at or after its time: a quarter
+        // of a frame before the frame's own, so rounding never shows its neighbour.
+        char at[64];
+        std::snprintf(at, sizeof at, "%.6f", std::max(0.0, (double(index) - 0.25) / fps_));
+        const char* seek[] = {"seek", at, "absolute+exact", nullptr};
+        if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why))
+            return false;
+    }
+    // The renderer may first redraw the frame it had: only a new frame is the one asked for.
+    for (;;) {
+        if (!player_->waitForFrame(5)) {
+            *why = "frame " + std::to_string(index) + " did not come";
+            return false;
+        }
+        mpv_render_frame_info info {};
+        mpv_render_param ask = {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &info};
+        const bool redraw = mpv_render_context_get_info(player_->render, ask) >= 0 && (info.flags & MPV_RENDER_FRAME_INFO_REDRAW);
         if (!drawInto(picture)) {
             *why = "the frame could not be drawn";
             return false;
         }
-        drawn = true;
-    }
-    if (!drawn) {
-        *why = "frame " + std::to_string(index) + " did not come";
-        return false;
+        if (!redraw)
+            break;
     }
     player_->shown = index;
     last_ = picture;

@@ -106,6 +106,23 @@ TEST_F(VideoTest, DropFramePillarboxAndAnotherRate)
     EXPECT_TRUE(errors.contains(QLatin1String("cannot open the video"))) << errors.toStdString();
 }
 
+// Played frame after frame (each decoded on from the last), then sought back:
+// every frame is its own.
+TEST_F(VideoTest, FrameAfterFrameThenBack)
+{
+    rz48::emu::VideoFile video;
+    std::string why;
+    ASSERT_TRUE(video.open(clip("steps.mp4", "25", "320x180", "00:00:00:00", 2).toStdString(), &why)) << why;
+    EXPECT_EQ(video.frameCount(), 50);
+    EXPECT_DOUBLE_EQ(video.fps(), 25.0);
+    EXPECT_EQ(video.timecodeTag(), "00:00:00:00");
+    QImage picture;
+    for (int64_t index : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 30, 31, 32, 7, 8, 49, 50}) {
+        ASSERT_TRUE(video.frameAt(index, picture, &why)) << index << ": " << why;
+        EXPECT_EQ(numberOf(picture), index < 50 ? index : -1) << index;
+    }
+}
+
 TEST(VideoRates, LabelForLabel)
 {
     EXPECT_TRUE(rz48::emu::ratesMatch(24000.0 / 1001.0, 0));
