@@ -1,7 +1,9 @@
 #include "output/OutputPlayer.h"
 
 #include "emulator/OutputRenderer.h"
+#include "emulator/VideoFile.h"
 
+#include <climits>
 #include <thread>
 
 using Clock = rz48::emu::Transport::Clock;
@@ -77,6 +79,15 @@ void OutputPlayer::chase(const rz48::emu::MtcDecoder::Position& position)
         }
 }
 
+void OutputPlayer::setVideo(const std::string& path, const std::string& start, int64_t offset)
+{
+    std::lock_guard lock(shared_->lock);
+    shared_->videoPath = path;
+    shared_->videoStart = start;
+    shared_->videoOffset = offset;
+    ++shared_->videoRevision;
+}
+
 int OutputPlayer::type() const
 {
     std::lock_guard lock(shared_->lock);
@@ -95,9 +106,89 @@ int64_t OutputPlayer::frame() const
     return shared_->transport.frameAt(Clock::now());
 }
 
+namespace {
+
+// The video the player shows: opened on the player's own thread, its first
+// frame placed on the transport's frames, the picture of the frame shown.
+struct VideoUnder {
+    std::unique_ptr<rz48::emu::VideoFile> file;
+    uint64_t revision = 0;
+    int type = -1;
+    int64_t first = 0;
+    QImage picture;
+    int64_t shown = INT64_MIN;
+
+    // Follows the player's settings; what it says goes to the parent.
+    void follow(const std::string& path, const std::string& start, int64_t offset, uint64_t r, int transportType,
+                rz48::WorkerContext& context)
+    {
+        const bool changed = r != revision;
+        if (changed) {
+            revision = r;
+            file.reset();
+            shown = INT64_MIN;
+            if (!path.empty()) {
+                auto opened = std::make_unique<rz48::emu::VideoFile>();
+                std::string why;
+                if (opened->open(path, &why))
+                    file = std::move(opened);
+                else
+                    context.callParent("threadVideoStatus", QStringLiteral("%1 cannot be shown: %2")
+                                                                .arg(QString::fromStdString(path), QString::fromStdString(why)));
+            }
+        }
+        if (!file || (!changed && transportType == type))
+            return;
+        type = transportType;
+        shown = INT64_MIN;
+        const std::string label = !start.empty() ? start : !file->timecodeTag().empty() ? file->timecodeTag() : "00:00:00:00";
+        int64_t at = 0;
+        QString said;
+        if (!rz48::emu::parseLabel(label, type, &at)) {
+            said = QStringLiteral("The video's start %1 is not a timecode at this rate: it starts at 00:00:00:00.")
+                       .arg(QString::fromStdString(label));
+            at = 0;
+        } else {
+            said = QStringLiteral("Video: %1 frames at %2 fps from %3%4.")
+                       .arg(file->frameCount())
+                       .arg(file->fps(), 0, 'f', 3)
+                       .arg(QString::fromStdString(rz48::emu::labelOfFrame(at + offset, type)))
+                       .arg(start.empty() && !file->timecodeTag().empty() ? QStringLiteral(" (its timecode tag)") : QString());
+        }
+        if (!rz48::emu::ratesMatch(file->fps(), type))
+            said += QStringLiteral(" Its rate is not the timecode's: its frames are taken label for label, so it drifts "
+                                   "from the timecode's time.");
+        first = at + offset;
+        context.callParent("threadVideoStatus", said);
+    }
+    // The picture at the transport's frame; null without a video.
+    const QImage* at(int64_t frame, rz48::WorkerContext& context)
+    {
+        if (!file)
+            return nullptr;
+        const int64_t index = rz48::emu::videoIndexAt(frame, first);
+        const int64_t wanted = index >= file->frameCount() ? -1 : index;
+        if (wanted != shown) {
+            std::string why;
+            if (!file->frameAt(wanted, picture, &why)) {
+                context.callParent("threadVideoStatus", QStringLiteral("The video's frame %1 could not be shown: %2")
+                                                            .arg(wanted)
+                                                            .arg(QString::fromStdString(why)));
+                picture.fill(0xFF000000u);
+            }
+            shown = wanted;
+        }
+        return &picture;
+    }
+};
+
+} // namespace
+
 void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
 {
     rz48::emu::OutputRenderer renderer;
+    VideoUnder video;
+    int64_t videoDrawn = INT64_MIN;
     rz48::emu::OutputState state;
     uint64_t revision = 0;
     bool fetched = false;
@@ -108,8 +199,15 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
         int type = 1;
         int64_t frame = 0;
         Clock::time_point due = now, next = now;
+        std::string videoPath, videoStart;
+        int64_t videoOffset = 0;
+        uint64_t videoRevision = 0;
         {
             std::lock_guard lock(shared.lock);
+            videoPath = shared.videoPath;
+            videoStart = shared.videoStart;
+            videoOffset = shared.videoOffset;
+            videoRevision = shared.videoRevision;
             const rz48::emu::Transport& t = shared.transport;
             type = t.type();
             const int64_t index = t.indexAt(now);
@@ -127,9 +225,14 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
             revision = r;
             fetched = true;
         }
+        video.follow(videoPath, videoStart, videoOffset, videoRevision, type, context);
         rz48::emu::OutputFrame composed = rz48::emu::composeFrame(state, type, frame, rz48::emu::ticksOfClock(due));
-        if ((!drawn || !(composed == last)) && !shared.waiting) {
-            QImage image = renderer.render(composed);
+        const bool videoMoved = video.file && rz48::emu::videoIndexAt(frame, video.first) != videoDrawn;
+        if ((!drawn || !(composed == last) || videoMoved) && !shared.waiting) {
+            QImage image;
+            const QImage* picture = video.at(frame, context);
+            renderer.render(composed, image, picture);
+            videoDrawn = picture ? rz48::emu::videoIndexAt(frame, video.first) : INT64_MIN;
             image.setText(QStringLiteral("timecode"), QString::fromStdString(composed.timecode));
             shared.waiting = true;
             if (!context.callParent("threadNeedsDisplay", image))

@@ -16,6 +16,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <string>
 
 class OutputPlayer {
 public:
@@ -41,6 +42,12 @@ public:
     bool playing() const;
     int64_t frame() const;
 
+    // A video under the output (an empty path: none). Its first frame stands
+    // for `start` ("HH:MM:SS:FF" at the transport's type; empty: the file's
+    // own timecode tag, else 00:00:00:00) plus `offset` frames. The parent
+    // hears of the file (or why it cannot be shown) by threadVideoStatus(QString).
+    void setVideo(const std::string& path, const std::string& start, int64_t offset);
+
 private:
     struct Shared {
         explicit Shared(std::shared_ptr<rz48::emu::EmulatedUnit> u)
@@ -51,6 +58,10 @@ private:
         mutable std::mutex lock; // guards the transport
         rz48::emu::Transport transport {1};
         std::atomic<bool> waiting {false};
+        // The video, guarded by `lock` too; its revision counts the changes.
+        std::string videoPath, videoStart;
+        int64_t videoOffset = 0;
+        uint64_t videoRevision = 0;
     };
     static void run(Shared& shared, rz48::WorkerContext& context);
 

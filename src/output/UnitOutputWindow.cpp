@@ -1,10 +1,17 @@
 #include "output/UnitOutputWindow.h"
 
+#include "common/FilePanels.h"
 #include "emulator/UnitTimecode.h"
 #include "output/MtcInput.h"
 #include "widgets/WidgetFactory.h"
 
 #include <QCheckBox>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QMimeData>
+#include <QIntValidator>
+#include <QUrl>
 #include <QComboBox>
 #include <QContextMenuEvent>
 #include <QGuiApplication>
@@ -125,6 +132,38 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     connect(type_, &QComboBox::activated, this, [this](int index) { player_.setType(index); applyLoop(); });
     row->addWidget(type_);
     chase_ = new QCheckBox(tr("Chase MTC"), controls_);
+    // The video under the output: the file, where its first frame stands, an offset.
+    auto* third = new QHBoxLayout;
+    rows->addLayout(third);
+    QPushButton* open = rz48::widgets::button(QStringLiteral("buttonOutputOpenVideo"), tr("Open video..."), controls_);
+    connect(open, &QPushButton::clicked, this, [this] {
+        const QString path = rz48::askOpenPath(tr("Open a video to show under the output"),
+                                               {QStringLiteral("mp4"), QStringLiteral("mov"), QStringLiteral("mkv"), QStringLiteral("mxf"),
+                                                QStringLiteral("avi"), QStringLiteral("m4v"), QStringLiteral("webm")});
+        if (!path.isEmpty())
+            openVideo(path);
+    });
+    third->addWidget(open);
+    videoName_ = new QLabel(tr("no video"), controls_);
+    videoName_->setObjectName(QStringLiteral("labelOutputVideo"));
+    third->addWidget(videoName_, 1);
+    third->addWidget(new QLabel(tr("starts at"), controls_));
+    videoStart_ = timecodeField("textOutputVideoStart", QString(), controls_);
+    videoStart_->setPlaceholderText(tr("its own"));
+    connect(videoStart_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyVideo);
+    third->addWidget(videoStart_);
+    third->addWidget(new QLabel(tr("offset"), controls_));
+    videoOffset_ = new QLineEdit(QStringLiteral("0"), controls_);
+    videoOffset_->setObjectName(QStringLiteral("textOutputVideoOffset"));
+    videoOffset_->setValidator(new QIntValidator(-999999, 999999, videoOffset_));
+    videoOffset_->setFixedWidth(videoOffset_->fontMetrics().horizontalAdvance(QStringLiteral("-9999999")) + 12);
+    connect(videoOffset_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyVideo);
+    third->addWidget(videoOffset_);
+    third->addWidget(new QLabel(tr("frames"), controls_));
+    QPushButton* close = rz48::widgets::button(QStringLiteral("buttonOutputCloseVideo"), tr("No video"), controls_);
+    connect(close, &QPushButton::clicked, this, [this] { openVideo(QString()); });
+    third->addWidget(close);
+    setAcceptDrops(true);
     chase_->setObjectName(QStringLiteral("checkBoxOutputChaseMtc"));
     connect(chase_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseChanged);
     row->addWidget(chase_);
@@ -286,6 +325,41 @@ void UnitOutputWindow::chaseChanged(bool on)
         return;
     }
     say(tr("Chasing MIDI Time Code: connect a source to the sequencer port \"RZ48 MTC in\"."));
+}
+
+void UnitOutputWindow::openVideo(const QString& path)
+{
+    videoPath_ = path;
+    videoName_->setText(path.isEmpty() ? tr("no video") : QFileInfo(path).fileName());
+    videoName_->setToolTip(path);
+    applyVideo();
+}
+
+void UnitOutputWindow::applyVideo()
+{
+    // An empty start: the file's own timecode tag. A start that is not a
+    // timecode at this rate is refused here, with why.
+    const QString start = videoStart_->text().trimmed();
+    int64_t frame = 0;
+    if (!start.isEmpty() && !readTimecode(videoStart_, &frame))
+        return;
+    player_.setVideo(videoPath_.toStdString(), start.toStdString(), videoOffset_->text().toLongLong());
+}
+
+void UnitOutputWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.size() == 1 && urls.first().isLocalFile())
+        event->acceptProposedAction();
+}
+
+void UnitOutputWindow::dropEvent(QDropEvent* event)
+{
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.size() == 1 && urls.first().isLocalFile()) {
+        openVideo(urls.first().toLocalFile());
+        event->acceptProposedAction();
+    }
 }
 
 void UnitOutputWindow::say(const QString& text)

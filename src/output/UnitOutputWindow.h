@@ -4,7 +4,9 @@
 // any screen from the picture's context menu; Esc leaves it), with the transport's controls and the running timecode. It
 // shows an emulated unit: the built-in one under --simulate, or a shadow
 // that follows every command the panel sends to a real unit, labelled
-// "simulated output". Frames are drawn only while the window is shown.
+// "simulated output". Frames are drawn only while the window is shown. A
+// video (Open video..., or dropped on the window) runs under the output,
+// frame for frame with the transport.
 #include "output/OutputPlayer.h"
 
 #include <QImage>
@@ -16,6 +18,8 @@ class MtcInput;
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class QDragEnterEvent;
+class QDropEvent;
 class QLineEdit;
 
 class UnitOutputWindow : public QWidget {
@@ -32,11 +36,20 @@ public:
     void setTimecodeType(int type);
 
     Q_INVOKABLE void threadNeedsDisplay(QImage image);
+    Q_INVOKABLE void threadVideoStatus(QString text) { say(text); }
+
+    // Shows a video under the output (an empty path: none), from the start
+    // and offset the window's fields hold.
+    void openVideo(const QString& path);
+    const QString& videoPath() const { return videoPath_; }
 
 protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    // A video file dropped on the window is shown under the output.
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     bool readTimecode(QLineEdit* field, int64_t* frame);
@@ -45,6 +58,7 @@ private:
     void fullScreenOn(class QScreen* target);
     void chaseChanged(bool on);
     void say(const QString& text);
+    void applyVideo();
 
     OutputPlayer player_;
     QImage frame_;
@@ -58,6 +72,10 @@ private:
     QLineEdit* locate_ = nullptr;
     QLineEdit* loopFirst_ = nullptr;
     QLineEdit* loopEnd_ = nullptr;
+    QLineEdit* videoStart_ = nullptr;
+    QLineEdit* videoOffset_ = nullptr;
+    QLabel* videoName_ = nullptr;
+    QString videoPath_;
     QCheckBox* loop_ = nullptr;
     QCheckBox* chase_ = nullptr;
     MtcInput* mtc_ = nullptr;

@@ -5,6 +5,7 @@
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
 #include "cuewindow/CueDocument.h"
+#include "emulator/UnitTimecode.h"
 #include "output/UnitOutputWindow.h"
 #include "panel/OutputController.h"
 #include "support/PanelFixture.h"
@@ -17,8 +18,10 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProcess>
 #include <QPushButton>
 #include <QSlider>
+#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTest>
 
@@ -386,6 +389,60 @@ TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
         EXPECT_FALSE(chase->isChecked());
         EXPECT_TRUE(status->text().contains(QLatin1String("MIDI Time Code cannot be chased"))) << status->text().toStdString();
     }
+}
+
+// A video opened in the window runs under the output frame for frame with
+// the transport: each frame shown is the video's frame of its timecode,
+// located and playing. The clip's frames say their number in their red.
+TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
+{
+    const QString ffmpeg = QStandardPaths::findExecutable(QStringLiteral("ffmpeg"));
+    if (ffmpeg.isEmpty())
+        GTEST_SKIP() << "ffmpeg is not installed (scripts/setup installs it)";
+    const QString clip = dir.filePath(QStringLiteral("clip.mp4"));
+    QProcess make;
+    make.start(ffmpeg, {"-v", "error", "-y", "-f", "lavfi", "-i", "color=c=black:s=320x180:r=25:d=3,geq=r='mod(N\\,32)*8':g='floor(N/32)*8':b=128",
+                        "-timecode", "01:00:00:00", "-c:v", "libx264", "-g", "12", "-pix_fmt", "yuv420p", clip});
+    ASSERT_TRUE(make.waitForFinished(60000));
+    ASSERT_EQ(make.exitCode(), 0) << make.readAllStandardError().toStdString();
+
+    startWithUnit(true);
+    view->outputs()->showWindow(1);
+    UnitOutputWindow* output = view->outputs()->window();
+    panels.nextOpen = clip;
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputOpenVideo"))->click();
+    auto* status = output->findChild<QLabel*>(QStringLiteral("labelOutputStatus"));
+    ASSERT_TRUE(waitUntil([&] { return status->text().startsWith(QLatin1String("Video: 75 frames")); }, 10000)) << status->text().toStdString();
+    EXPECT_TRUE(status->text().contains(QLatin1String("from 01:00:00:00 (its timecode tag)"))) << status->text().toStdString();
+    // The number a frame's middle says (its red), and the one its timecode wants.
+    auto said = [](const QImage& frame) {
+        const QRgb c = frame.pixel(960, 540);
+        return qRed(c) < 3 && qGreen(c) < 3 && qBlue(c) < 3 ? -1 : (qGreen(c) + 3) / 8 * 32 + (qRed(c) + 3) / 8;
+    };
+    auto wanted = [](const QImage& frame) {
+        int64_t at = 0;
+        rz48::emu::parseLabel(frame.text(QStringLiteral("timecode")).toStdString(), 1, &at);
+        const int64_t index = at - rz48::emu::frameOfLabel(1, 0, 0, 0, 1);
+        return index < 0 || index >= 75 ? -1 : int(index);
+    };
+    auto* locate = output->findChild<QLineEdit*>(QStringLiteral("textOutputLocate"));
+    locate->setText(QStringLiteral("01:00:00:13"));
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputLocate"))->click();
+    ASSERT_TRUE(waitUntil([&] { return said(output->lastFrame()) == 13; }, 10000)) << said(output->lastFrame());
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputPlay"))->click();
+    int checked = 0, last = -2;
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 2000) {
+        QTest::qWait(5);
+        const QImage& frame = output->lastFrame();
+        if (wanted(frame) == last)
+            continue;
+        last = wanted(frame);
+        EXPECT_EQ(said(frame), last) << frame.text(QStringLiteral("timecode")).toStdString();
+        ++checked;
+    }
+    EXPECT_GT(checked, 10);
 }
 
 TEST_F(UnitOutputTest, TriggerShowsInTheShadowUnitsOutput)
