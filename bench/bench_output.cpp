@@ -10,10 +10,12 @@
 #include "emulator/OutputRenderer.h"
 #include "emulator/Transport.h"
 #include "emulator/UnitTimecode.h"
+#include "emulator/VideoFile.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <filesystem>
 #include <cstdlib>
 #include <thread>
 
@@ -126,6 +128,107 @@ void BM_PlayRealTime(benchmark::State& state)
     state.counters["doubled"] = double(doubled);
     state.counters["worst_late_ms"] = worstMs;
 }
+// A 1080p25 H.264 clip made with ffmpeg (a moving test pattern, a keyframe
+// every `gop` frames) in the temporary folder; empty when ffmpeg is missing.
+std::string benchClip(int seconds, int gop)
+{
+    const std::string path = (std::filesystem::temp_directory_path() / ("rz48-bench-" + std::to_string(seconds) + "s-g"
+                                                                          + std::to_string(gop) + ".mp4")).string();
+    if (std::filesystem::exists(path))
+        return path;
+    const std::string command = "ffmpeg -v error -y -f lavfi -i testsrc2=size=1920x1080:rate=25:duration=" + std::to_string(seconds)
+        + " -timecode 01:00:00:00 -c:v libx264 -preset veryfast -g " + std::to_string(gop) + " -pix_fmt yuv420p " + path;
+    return std::system(command.c_str()) == 0 ? path : std::string();
+}
+
+// Real time over a video: RZ48_BENCH_VIDEO_SECONDS (default 60) of the 1080p25
+// clip with a keyframe every 12 frames, each due frame its video frame with the
+// overlay drawn over it (libmpv's software renderer, as rz48-emu render and
+// the window's player use).
+void BM_VideoPlayRealTime(benchmark::State& state)
+{
+    const char* env = std::getenv("RZ48_BENCH_VIDEO_SECONDS");
+    const int seconds = env ? std::atoi(env) : 60;
+    const std::string clip = benchClip(seconds + 2, 12);
+    rz48::emu::VideoFile video;
+    std::string why;
+    if (clip.empty() || !video.open(clip, &why)) {
+        state.SkipWithError(("no clip: " + why).c_str());
+        return;
+    }
+    rz48::emu::OutputRenderer renderer;
+    QImage image, picture;
+    const rz48::emu::OutputState output = busyUnit().outputState();
+    const int64_t first = rz48::emu::frameOfLabel(1, 0, 0, 0, 1);
+    int64_t due = 0, shown = 0, dropped = 0, doubled = 0, wrong = 0;
+    double worstMs = 0;
+    for (auto _ : state) {
+        rz48::emu::Transport transport(1);
+        const auto start = rz48::emu::Transport::Clock::now();
+        transport.locate(first, start);
+        transport.play(start);
+        int64_t last = -1;
+        for (int64_t k = 1; transport.dueOf(k) < start + std::chrono::seconds(seconds); ++k) {
+            std::this_thread::sleep_until(transport.dueOf(k));
+            const auto now = rz48::emu::Transport::Clock::now();
+            const int64_t index = transport.indexAt(now);
+            const int64_t frame = transport.frameOfIndex(index);
+            if (!video.frameAt(rz48::emu::videoIndexAt(frame, first), picture, &why))
+                ++wrong;
+            renderer.render(rz48::emu::composeFrame(output, 1, frame, rz48::emu::ticksOfClock(now)), image, &picture);
+            const double lateMs = std::chrono::duration<double, std::milli>(rz48::emu::Transport::Clock::now() - transport.dueOf(index)).count();
+            worstMs = std::max(worstMs, lateMs);
+            ++due;
+            if (index == last)
+                ++doubled;
+            else {
+                ++shown;
+                dropped += last < 0 ? 0 : index - last - 1;
+            }
+            last = index;
+        }
+    }
+    state.counters["due"] = double(due);
+    state.counters["shown"] = double(shown);
+    state.counters["dropped"] = double(dropped);
+    state.counters["doubled"] = double(doubled);
+    state.counters["failed"] = double(wrong);
+    state.counters["worst_late_ms"] = worstMs;
+}
+BENCHMARK(BM_VideoPlayRealTime)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+
+// Locates in a 20 s 1080p25 clip with a keyframe every `gop` frames (12, and
+// 250 for a long-GOP clip): the time until the exact frame is drawn, on
+// average and at the most, over 20 places spread through the clip.
+void BM_VideoLocate(benchmark::State& state)
+{
+    const int gop = int(state.range(0));
+    const std::string clip = benchClip(20, gop);
+    rz48::emu::VideoFile video;
+    std::string why;
+    if (clip.empty() || !video.open(clip, &why)) {
+        state.SkipWithError(("no clip: " + why).c_str());
+        return;
+    }
+    QImage picture;
+    double total = 0, worst = 0;
+    int count = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < 20; ++i) {
+            const int64_t index = (int64_t(i) * 7919 + 11) % (video.frameCount() - 1);
+            const auto t0 = std::chrono::steady_clock::now();
+            video.frameAt(index, picture, &why);
+            const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+            total += ms;
+            worst = std::max(worst, ms);
+            ++count;
+        }
+    }
+    state.counters["mean_ms"] = total / std::max(count, 1);
+    state.counters["worst_ms"] = worst;
+}
+BENCHMARK(BM_VideoLocate)->Arg(12)->Arg(250)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+
 // Ten minutes of LTC at 25 (1) and 29.97 drop-frame (2) frames a second,
 // from 00:59:00:00, written at 48 kHz and read back.
 void BM_LtcTenMinutes(benchmark::State& state)

@@ -26,6 +26,10 @@ TARGETS = [
     (r"^BM_OutputFrame", "under 4 ms a frame", 4.0),
     (r"^BM_TransportTenMinutes", "no frame dropped or doubled in 10 simulated minutes", None),
     (r"^BM_PlayRealTime", "no frame dropped or doubled drawing in real time; the largest lateness", None),
+    (r"^BM_VideoPlayRealTime", "1080p25 H.264 (a keyframe every 12 frames) under the output for 60 s: none dropped or doubled", None),
+    (r"^BM_VideoLocate/12", "the exact frame under 150 ms after a locate", None),
+    (r"^BM_VideoLocate/250", "reference: a long-GOP clip (a keyframe every 250 frames)", None),
+    (r"^BM_LtcTenMinutes", "every frame of 10 minutes read back, within a frame of where it was written", None),
     (r"^BM_Microcontroller", "against the wire time at 38400 bit/s", None),
     (r"^BM_Native(Save|Reopen)", "under 100 ms for 2,000 cues; the second save the same bytes", 100.0),
     (r"^BM_PrintedSheet", "under 2 s for 2,000 cues (about 60 pages)", 2000.0),
@@ -55,7 +59,8 @@ def main(results, output):
             ms = b["real_time"] * TO_MS.get(b.get("time_unit", "ns"), 1e-6)
             extra = []
             for key in ("ratio", "wire_s", "cues", "records", "items_per_second", "shapes", "due", "shown",
-                        "dropped", "doubled", "worst_late_ms"):
+                        "dropped", "doubled", "worst_late_ms", "failed", "mean_ms", "worst_ms", "written", "read",
+                        "wrong_label", "over_a_frame_off"):
                 if key in b:
                     value = b[key]
                     if isinstance(value, float) and value.is_integer():

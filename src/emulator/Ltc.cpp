@@ -77,6 +77,56 @@ std::vector<LtcReading> readLtc(const Audio& audio)
     return readings;
 }
 
+struct LtcStream::Decoder {
+    std::unique_ptr<LTCDecoder, DecoderFree> handle;
+};
+
+LtcStream::LtcStream(int sampleRate)
+    : decoder_(std::make_unique<Decoder>())
+    , sampleRate_(sampleRate > 0 ? sampleRate : 48000)
+{
+    decoder_->handle.reset(ltc_decoder_create(sampleRate_ / 25, 32));
+}
+
+LtcStream::~LtcStream() = default;
+
+bool LtcStream::feed(const int16_t* samples, size_t count, Clock::time_point now)
+{
+    if (!decoder_->handle)
+        return false;
+    bool changed = false;
+    std::vector<short> chunk(samples, samples + count);
+    ltc_decoder_write_s16(decoder_->handle.get(), chunk.data(), chunk.size(), ltc_off_t(fed_));
+    fed_ += int64_t(count);
+    LTCFrameExt frame;
+    while (ltc_decoder_read(decoder_->handle.get(), &frame)) {
+        SMPTETimecode time;
+        ltc_frame_to_time(&time, &frame.ltc, 0);
+        // The rate from the length of the frame: 2000 samples at 48 kHz are 24 frames a second.
+        const double length = double(std::max<ltc_off_t>(1, frame.off_end - frame.off_start + 1));
+        const double fps = sampleRate_ / length;
+        const int type = frame.ltc.dfbit ? 2 : fps < 24.5 ? 0 : fps < 27.5 ? 1 : 3;
+        int64_t at = 0;
+        if (!frameOfFields(time.hours, time.mins, time.secs, time.frame, type, &at))
+            continue;
+        const MtcDecoder::Position next {at, type, frame.reverse ? -1 : 1};
+        lastFrame_ = now;
+        if (!position_ || !(*position_ == next)) {
+            position_ = next;
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+bool LtcStream::checkDropout(Clock::time_point now)
+{
+    if (!position_ || position_->direction == 0 || now - lastFrame_ < kDropout)
+        return false;
+    position_->direction = 0;
+    return true;
+}
+
 std::string ltcLine(const LtcReading& r)
 {
     char line[64];

@@ -86,6 +86,7 @@ struct VideoFile::Player {
     std::condition_variable changed;
     bool update = false; // the renderer has something new
     int64_t shown = -1;  // the frame the renderer holds
+    bool stepped = false; // the next frame was asked for ahead
 
     static void onUpdate(void* self)
     {
@@ -156,7 +157,7 @@ bool VideoFile::open(const std::string& path, std::string* why)
     }
     for (const auto& [name, value] : {std::pair {"vo", "libmpv"}, {"ao", "null"}, {"audio", "no"}, {"sub", "no"},
                                       {"hwdec", "no"}, {"pause", "yes"}, {"keep-open", "always"}, {"hr-seek", "yes"},
-                                      {"hr-seek-framedrop", "no"}, {"osd-level", "0"}, {"terminal", "no"},
+                                      {"hr-seek-framedrop", "no"}, {"untimed", "yes"}, {"osd-level", "0"}, {"terminal", "no"},
                                       {"config", "no"}, {"load-scripts", "no"}, {"ytdl", "no"}})
         mpv_set_option_string(player->mpv, name, value);
     if (mpv_initialize(player->mpv) < 0) {
@@ -214,41 +215,56 @@ bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
         picture = last_;
         return true;
     }
-    // A frame still waiting is drawn away first, so it is not taken for the new one.
-    if (mpv_render_context_update(player_->render) & MPV_RENDER_UPDATE_FRAME)
-        drawInto(picture);
+    // The renderer may first redraw the frame it had: only a new frame is the one asked for.
+    auto newFrame = [&](QImage& into) {
+        for (;;) {
+            if (!player_->waitForFrame(5)) {
+                *why = "frame " + std::to_string(index) + " did not come";
+                return false;
+            }
+            mpv_render_frame_info info {};
+            mpv_render_param ask = {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &info};
+            const bool redraw = mpv_render_context_get_info(player_->render, ask) >= 0 && (info.flags & MPV_RENDER_FRAME_INFO_REDRAW);
+            if (!drawInto(into)) {
+                *why = "the frame could not be drawn";
+                return false;
+            }
+            if (!redraw)
+                return true;
+        }
+    };
+    const char* step[] = {"frame-step", nullptr};
     if (index == player_->shown + 1 && player_->shown >= 0) {
-        // Playing: the next frame is decoded on from the last, not sought.
-        const char* step[] = {"frame-step", nullptr};
-        if (mpv_command(player_->mpv, step) < 0) {
+        // Playing: the next frame, decoded on from the last (and most often
+        // already while the last was shown), never sought.
+        if (!player_->stepped && mpv_command(player_->mpv, step) < 0) {
             *why = "the next frame could not be asked for";
             return false;
         }
+        player_->stepped = false;
+        if (!newFrame(picture))
+            return false;
     } else {
+        // The frame decoded ahead, and any other still waiting, are drawn away
+        // first, so neither is taken for the new one.
+        if (player_->stepped) {
+            QImage away;
+            newFrame(away);
+            player_->stepped = false;
+        }
+        if (mpv_render_context_update(player_->render) & MPV_RENDER_UPDATE_FRAME)
+            drawInto(picture);
         // An exact seek shows the first frame at or after its time: a quarter
         // of a frame before the frame's own, so rounding never shows its neighbour.
         char at[64];
         std::snprintf(at, sizeof at, "%.6f", std::max(0.0, (double(index) - 0.25) / fps_));
         const char* seek[] = {"seek", at, "absolute+exact", nullptr};
-        if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why))
+        if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why) || !newFrame(picture))
             return false;
     }
-    // The renderer may first redraw the frame it had: only a new frame is the one asked for.
-    for (;;) {
-        if (!player_->waitForFrame(5)) {
-            *why = "frame " + std::to_string(index) + " did not come";
-            return false;
-        }
-        mpv_render_frame_info info {};
-        mpv_render_param ask = {MPV_RENDER_PARAM_NEXT_FRAME_INFO, &info};
-        const bool redraw = mpv_render_context_get_info(player_->render, ask) >= 0 && (info.flags & MPV_RENDER_FRAME_INFO_REDRAW);
-        if (!drawInto(picture)) {
-            *why = "the frame could not be drawn";
-            return false;
-        }
-        if (!redraw)
-            break;
-    }
+    // The next frame is decoded while this one is shown.
+    if (index + 1 < frames_ && mpv_command(player_->mpv, step) >= 0)
+        player_->stepped = true;
     player_->shown = index;
     last_ = picture;
     return true;
