@@ -112,6 +112,11 @@ public:
     bool openFile(const QString& path);
     // The whole list as its own file keeps it.
     rz48::native::CueList nativeList() const;
+    // The video the Unit output shows under this list, and the timecode of
+    // its first frame (empty: the file's own), kept in the list's own file.
+    const QString& videoFile() const { return kept_.videoFile; }
+    const QString& videoStart() const { return kept_.videoStart; }
+    void setVideo(const QString& file, const QString& start);
     // The last files opened or saved (eight), kept between runs.
     static QStringList recentFiles();
     static void rememberFile(const QString& path);
@@ -161,6 +166,8 @@ signals:
     void transferStopped(const QString& note);
     // The list's timecode type changed (another list opened, or the operator chose one).
     void timecodeTypeChanged(int tctype);
+    // Another list came with its own video for the Unit output (or none).
+    void videoChanged(const QString& file, const QString& start);
 
 private:
     void send(const QString& command);

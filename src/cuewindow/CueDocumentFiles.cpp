@@ -83,6 +83,16 @@ void CueDocument::rememberFile(const QString& path)
     QSettings().setValue(QStringLiteral("recentCueLists"), recent.mid(0, kRecentFiles));
 }
 
+void CueDocument::setVideo(const QString& file, const QString& start)
+{
+    if (file == kept_.videoFile && start == kept_.videoStart)
+        return;
+    kept_.videoFile = file;
+    kept_.videoStart = start;
+    history_->touch();
+    setModified(true);
+}
+
 rz48::native::CueList CueDocument::nativeList() const
 {
     rz48::native::CueList list = kept_;
@@ -138,6 +148,7 @@ bool CueDocument::openList(const QString& path, QString* error)
             applyOptions(list.options);
             kept_ = list;
             kept_.cues.clear();
+            emit videoChanged(kept_.videoFile, kept_.videoStart);
         }
         controller_->appendItems(list.cues);
     } else {
@@ -287,6 +298,7 @@ void CueDocument::menuFileNew()
     controller_->setItems({});
     applyOptions(rz48::cuesheet::Options {});
     kept_ = {};
+    emit videoChanged({}, {});
     filePath_.clear();
     history_->setFilePath({});
     history_->restart();
@@ -318,6 +330,7 @@ void CueDocument::offerRecovery()
             applyOptions(recovered.list.options);
             kept_ = recovered.list;
             kept_.cues.clear();
+            emit videoChanged(kept_.videoFile, kept_.videoStart);
             filePath_ = recovered.savedPath;
             history_->setFilePath(filePath_);
             history_->restart();

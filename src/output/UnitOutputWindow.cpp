@@ -2,6 +2,7 @@
 
 #include "common/FilePanels.h"
 #include "emulator/UnitTimecode.h"
+#include "output/LtcInput.h"
 #include "output/MtcInput.h"
 #include "widgets/WidgetFactory.h"
 
@@ -150,7 +151,10 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     third->addWidget(new QLabel(tr("starts at"), controls_));
     videoStart_ = timecodeField("textOutputVideoStart", QString(), controls_);
     videoStart_->setPlaceholderText(tr("its own"));
-    connect(videoStart_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyVideo);
+    connect(videoStart_, &QLineEdit::editingFinished, this, [this] {
+        applyVideo();
+        emit videoChosen(videoPath_, videoStart_->text().trimmed());
+    });
     third->addWidget(videoStart_);
     third->addWidget(new QLabel(tr("offset"), controls_));
     videoOffset_ = new QLineEdit(QStringLiteral("0"), controls_);
@@ -167,6 +171,10 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     chase_->setObjectName(QStringLiteral("checkBoxOutputChaseMtc"));
     connect(chase_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseChanged);
     row->addWidget(chase_);
+    chaseLtc_ = new QCheckBox(tr("Chase LTC"), controls_);
+    chaseLtc_->setObjectName(QStringLiteral("checkBoxOutputChaseLtc"));
+    connect(chaseLtc_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseLtcChanged);
+    row->addWidget(chaseLtc_);
     row->addStretch(1);
 
     footer_ = new QWidget(this);
@@ -196,13 +204,16 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     });
     player_.locate(rz48::emu::frameOfLabel(1, 0, 0, 0, player_.type())); // sessions start at an hour
     mtc_ = new MtcInput(this);
-    mtc_->onPosition([this](const rz48::emu::MtcDecoder::Position& p) {
+    ltc_ = new LtcInput(this);
+    auto chase = [this](const rz48::emu::MtcDecoder::Position& p) {
         player_.chase(p);
         if (type_->currentIndex() != p.type) {
             type_->setCurrentIndex(p.type);
             applyLoop(); // the loop's frames at the new rate
         }
-    });
+    };
+    mtc_->onPosition(chase);
+    ltc_->onPosition(chase);
 }
 
 UnitOutputWindow::~UnitOutputWindow()
@@ -324,14 +335,42 @@ void UnitOutputWindow::chaseChanged(bool on)
         chase_->setChecked(false);
         return;
     }
+    if (chaseLtc_->isChecked()) // one source at a time
+        chaseLtc_->setChecked(false);
     say(tr("Chasing MIDI Time Code: connect a source to the sequencer port \"RZ48 MTC in\"."));
+}
+
+void UnitOutputWindow::chaseLtcChanged(bool on)
+{
+    if (!on) {
+        ltc_->close();
+        say({});
+        return;
+    }
+    QString why;
+    if (!ltc_->open(&why)) {
+        say(why);
+        const QSignalBlocker block(chaseLtc_);
+        chaseLtc_->setChecked(false);
+        return;
+    }
+    if (chase_->isChecked())
+        chase_->setChecked(false);
+    say(tr("Chasing LTC on the sound input (48 kHz, the first channel)."));
 }
 
 void UnitOutputWindow::openVideo(const QString& path)
 {
+    showVideo(path, videoStart_->text().trimmed());
+    emit videoChosen(videoPath_, videoStart_->text().trimmed());
+}
+
+void UnitOutputWindow::showVideo(const QString& path, const QString& start)
+{
     videoPath_ = path;
     videoName_->setText(path.isEmpty() ? tr("no video") : QFileInfo(path).fileName());
     videoName_->setToolTip(path);
+    videoStart_->setText(start);
     applyVideo();
 }
 

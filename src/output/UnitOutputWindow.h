@@ -39,8 +39,10 @@ public:
     Q_INVOKABLE void threadVideoStatus(QString text) { say(text); }
 
     // Shows a video under the output (an empty path: none), from the start
-    // and offset the window's fields hold.
+    // and offset the window's fields hold; the operator's choice is signalled.
     void openVideo(const QString& path);
+    // The cue list's video and start, shown without a signal.
+    void showVideo(const QString& path, const QString& start);
     const QString& videoPath() const { return videoPath_; }
 
 protected:
@@ -51,12 +53,17 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
+signals:
+    // The operator chose a video (or none) or its start.
+    void videoChosen(const QString& path, const QString& start);
+
 private:
     bool readTimecode(QLineEdit* field, int64_t* frame);
     void applyLoop();
     void toggleFullScreen();
     void fullScreenOn(class QScreen* target);
     void chaseChanged(bool on);
+    void chaseLtcChanged(bool on);
     void say(const QString& text);
     void applyVideo();
 
@@ -78,5 +85,7 @@ private:
     QString videoPath_;
     QCheckBox* loop_ = nullptr;
     QCheckBox* chase_ = nullptr;
+    QCheckBox* chaseLtc_ = nullptr;
     MtcInput* mtc_ = nullptr;
+    class LtcInput* ltc_ = nullptr;
 };

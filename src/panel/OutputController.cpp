@@ -62,6 +62,14 @@ void OutputController::connected()
         shadow_->powerCycle();
 }
 
+void OutputController::followVideo(const QString& file, const QString& start)
+{
+    videoFile_ = file;
+    videoStart_ = start;
+    if (window_)
+        window_->showVideo(file, start);
+}
+
 void OutputController::followTimecodeType(int timecodeType)
 {
     if (window_)
@@ -76,6 +84,13 @@ void OutputController::showWindow(int timecodeType)
         window_ = new UnitOutputWindow(source_, isShadow());
         window_->setAttribute(Qt::WA_QuitOnClose, false);
         window_->setTimecodeType(timecodeType);
+        if (!videoFile_.isEmpty())
+            window_->showVideo(videoFile_, videoStart_);
+        connect(window_, &UnitOutputWindow::videoChosen, this, [this](const QString& file, const QString& start) {
+            videoFile_ = file;
+            videoStart_ = start;
+            emit videoChosen(file, start);
+        });
         rz48::applyTooltips(window_);
         // Beside the panel where it fits, or where the operator left it.
         auto* panel = qobject_cast<QWidget*>(parent());

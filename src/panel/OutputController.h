@@ -38,10 +38,17 @@ public:
     void showWindow(int timecodeType);
     // The cue list's timecode type changed: the window follows it.
     void followTimecodeType(int timecodeType);
+    // The cue list's video (and its start): the window shows it, now or when made.
+    void followVideo(const QString& file, const QString& start);
     UnitOutputWindow* window() const;
     bool isShadow() const { return shadow_ != nullptr; }
 
+signals:
+    // The operator chose a video for the cue list in the window.
+    void videoChosen(const QString& file, const QString& start);
+
 private:
+    QString videoFile_, videoStart_;
     std::shared_ptr<rz48::emu::EmulatedUnit> source_;
     std::shared_ptr<rz48::emu::EmulatedUnit> shadow_;
     std::shared_ptr<std::atomic<bool>> paused_ = std::make_shared<std::atomic<bool>>(false);

@@ -160,6 +160,9 @@ void rz48View::awakeFromNib(const LinkOptions& options)
     cueDocument_->offerRecovery();
     connect(cueDocument_.get(), &CueDocument::transferStopped, updates_, &UpdateController::transferStoppedEarly);
     connect(cueDocument_.get(), &CueDocument::timecodeTypeChanged, outputs_, &OutputController::followTimecodeType);
+    // The video under the output goes with the cue list, both ways.
+    connect(cueDocument_.get(), &CueDocument::videoChanged, outputs_, &OutputController::followVideo);
+    connect(outputs_, &OutputController::videoChosen, cueDocument_.get(), &CueDocument::setVideo);
     if (cueDocument_->window())
         rz48::applyTooltips(cueDocument_->window());
     if (cueDocument_->window()) // beside the panel, on its screen, or where the operator left it

@@ -86,6 +86,46 @@ TEST(Ltc, ReadBackwardsAndQuiet)
     EXPECT_EQ(labelOf(read.front()), "01:00:00:24");
 }
 
+// LTC as a sound card brings it, 20 ms at a time: the position follows it
+// at its own rate (from the length of a frame; drop-frame from its flag),
+// backwards is said, and silence is a stop.
+TEST(LtcStream, FollowsTheSourceAndHearsItStop)
+{
+    for (int type : {0, 1, 2, 3}) {
+        int64_t first = 0;
+        ASSERT_TRUE(rz48::emu::frameOfFields(1, 0, 0, 0, type, &first));
+        std::vector<int16_t> samples = rz48::emu::writeLtc(first, 2.0, type, 48000);
+        rz48::emu::LtcStream stream(48000);
+        auto now = rz48::emu::LtcStream::Clock::now();
+        int changes = 0;
+        for (size_t at = 0; at < samples.size(); at += 960, now += std::chrono::milliseconds(20))
+            changes += stream.feed(samples.data() + at, std::min<size_t>(960, samples.size() - at), now) ? 1 : 0;
+        ASSERT_TRUE(stream.position()) << type;
+        EXPECT_EQ(stream.position()->type, type);
+        EXPECT_EQ(stream.position()->direction, 1);
+        EXPECT_GE(stream.position()->frame, first + 40) << type;
+        EXPECT_LT(stream.position()->frame, first + 62) << type;
+        EXPECT_GE(changes, 40) << type;
+        // Backwards, from where it was.
+        std::reverse(samples.begin(), samples.end());
+        for (size_t at = 0; at < samples.size() / 2; at += 960, now += std::chrono::milliseconds(20))
+            stream.feed(samples.data() + at, 960, now);
+        EXPECT_EQ(stream.position()->direction, -1) << type;
+        // Silence: stopped once, where it was.
+        const std::vector<int16_t> silence(960, 0);
+        const int64_t stoppedAt = stream.position()->frame;
+        bool stopped = false;
+        for (int i = 0; i < 20; ++i, now += std::chrono::milliseconds(20)) {
+            stream.feed(silence.data(), silence.size(), now);
+            stopped = stream.checkDropout(now) || stopped;
+        }
+        EXPECT_TRUE(stopped) << type;
+        EXPECT_EQ(stream.position()->direction, 0);
+        EXPECT_EQ(stream.position()->frame, stoppedAt);
+        EXPECT_FALSE(stream.checkDropout(now)) << "said once";
+    }
+}
+
 TEST(Wav, WhatIsNotAWavFileIsRefusedWithWhy)
 {
     rz48::emu::Audio audio;

@@ -382,6 +382,13 @@ TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
     QTest::keyClick(output, Qt::Key_Escape);
     EXPECT_FALSE(output->isFullScreen());
     EXPECT_TRUE(output->findChild<QWidget*>(QStringLiteral("outputControls"))->isVisible());
+    // Without a sound card, chasing LTC says so and stays off.
+    if (!QFile::exists(QStringLiteral("/dev/snd"))) {
+        auto* ltc = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputChaseLtc"));
+        ltc->click();
+        EXPECT_FALSE(ltc->isChecked());
+        EXPECT_TRUE(status->text().contains(QLatin1String("LTC cannot be chased"))) << status->text().toStdString();
+    }
     // Without a sequencer, chasing MIDI Time Code says so and stays off.
     if (!QFile::exists(QStringLiteral("/dev/snd/seq"))) {
         auto* chase = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputChaseMtc"));
@@ -443,6 +450,28 @@ TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
         ++checked;
     }
     EXPECT_GT(checked, 10);
+
+    // The video goes with the cue list: chosen in the window, kept in the
+    // list; a new list has none; a list's own file brings its video back.
+    CueDocument* cues = view->cueDocument();
+    EXPECT_EQ(cues->videoFile(), clip);
+    EXPECT_TRUE(cues->isModified());
+    auto* name = output->findChild<QLabel*>(QStringLiteral("labelOutputVideo"));
+    alerts.answer = rz48::SaveChoice::Discard;
+    cues->menuFileNew();
+    EXPECT_EQ(name->text(), QStringLiteral("no video"));
+    rz48::native::CueList list;
+    list.videoFile = clip;
+    list.videoStart = QStringLiteral("01:00:00:05");
+    const QString saved = dir.filePath(QStringLiteral("reel.rz48cues"));
+    QFile file(saved);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(rz48::native::writeCueList(list));
+    file.close();
+    ASSERT_TRUE(cues->openFile(saved));
+    EXPECT_EQ(name->text(), QStringLiteral("clip.mp4"));
+    EXPECT_EQ(output->findChild<QLineEdit*>(QStringLiteral("textOutputVideoStart"))->text(), QStringLiteral("01:00:00:05"));
+    EXPECT_FALSE(cues->isModified());
 }
 
 TEST_F(UnitOutputTest, TriggerShowsInTheShadowUnitsOutput)
