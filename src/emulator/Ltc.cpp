@@ -134,6 +134,58 @@ std::string ltcLine(const LtcReading& r)
     return line;
 }
 
+namespace {
+
+SMPTETimecode timeOfFrame(int64_t frame, int type)
+{
+    const std::string label = labelOfFrame(frame, type);
+    SMPTETimecode time {};
+    std::snprintf(time.timezone, sizeof time.timezone, "+0000");
+    time.hours = static_cast<unsigned char>(std::stoi(label.substr(0, 2)));
+    time.mins = static_cast<unsigned char>(std::stoi(label.substr(3, 2)));
+    time.secs = static_cast<unsigned char>(std::stoi(label.substr(6, 2)));
+    time.frame = static_cast<unsigned char>(std::stoi(label.substr(9, 2)));
+    return time;
+}
+
+void appendFrame(LTCEncoder* encoder, std::vector<int16_t>& samples)
+{
+    ltc_encoder_encode_frame(encoder);
+    ltcsnd_sample_t* buffer = nullptr;
+    const int n = ltc_encoder_get_bufferptr(encoder, &buffer, 1);
+    for (int k = 0; k < n; ++k)
+        samples.push_back(int16_t((int(buffer[k]) - 128) * 256));
+}
+
+} // namespace
+
+struct LtcWriter::Encoder {
+    std::unique_ptr<LTCEncoder, EncoderFree> handle;
+};
+
+LtcWriter::LtcWriter(int sampleRate)
+    : encoder_(std::make_unique<Encoder>())
+    , sampleRate_(sampleRate)
+{
+}
+
+LtcWriter::~LtcWriter() = default;
+
+std::vector<int16_t> LtcWriter::frame(int64_t frame, int type)
+{
+    std::vector<int16_t> samples;
+    if (type != type_ || !encoder_->handle) {
+        encoder_->handle.reset(ltc_encoder_create(sampleRate_, fpsOf(type), standardOf(type), 0));
+        type_ = type;
+    }
+    if (!encoder_->handle)
+        return samples;
+    SMPTETimecode time = timeOfFrame(frame, type);
+    ltc_encoder_set_timecode(encoder_->handle.get(), &time);
+    appendFrame(encoder_->handle.get(), samples);
+    return samples;
+}
+
 std::vector<int16_t> writeLtc(int64_t firstFrame, double seconds, int type, int sampleRate)
 {
     std::vector<int16_t> samples;
@@ -141,22 +193,12 @@ std::vector<int16_t> writeLtc(int64_t firstFrame, double seconds, int type, int 
     std::unique_ptr<LTCEncoder, EncoderFree> encoder(ltc_encoder_create(sampleRate, fps, standardOf(type), 0));
     if (!encoder || !(seconds > 0))
         return samples;
-    const std::string label = labelOfFrame(firstFrame, type);
-    SMPTETimecode time {};
-    std::snprintf(time.timezone, sizeof time.timezone, "+0000");
-    time.hours = static_cast<unsigned char>(std::stoi(label.substr(0, 2)));
-    time.mins = static_cast<unsigned char>(std::stoi(label.substr(3, 2)));
-    time.secs = static_cast<unsigned char>(std::stoi(label.substr(6, 2)));
-    time.frame = static_cast<unsigned char>(std::stoi(label.substr(9, 2)));
+    SMPTETimecode time = timeOfFrame(firstFrame, type);
     ltc_encoder_set_timecode(encoder.get(), &time);
     const auto frames = int64_t(std::ceil(seconds * fps));
     samples.reserve(size_t(seconds * sampleRate) + size_t(sampleRate));
     for (int64_t i = 0; i < frames; ++i) {
-        ltc_encoder_encode_frame(encoder.get());
-        ltcsnd_sample_t* buffer = nullptr;
-        const int n = ltc_encoder_get_bufferptr(encoder.get(), &buffer, 1);
-        for (int k = 0; k < n; ++k)
-            samples.push_back(int16_t((int(buffer[k]) - 128) * 256));
+        appendFrame(encoder.get(), samples);
         ltc_encoder_inc_timecode(encoder.get());
     }
     return samples;

@@ -54,6 +54,25 @@ private:
     Clock::time_point lastFrame_ {};
 };
 
+// LTC one frame at a time, for a transport that may jump: each call gives
+// the samples of one frame of a timecode type (a frame's worth of audio at
+// the type's rate: 1920 samples at 25 frames a second and 48 kHz).
+class LtcWriter {
+public:
+    explicit LtcWriter(int sampleRate);
+    ~LtcWriter();
+    LtcWriter(const LtcWriter&) = delete;
+    LtcWriter& operator=(const LtcWriter&) = delete;
+
+    std::vector<int16_t> frame(int64_t frame, int type);
+
+private:
+    struct Encoder;
+    std::unique_ptr<Encoder> encoder_;
+    int sampleRate_;
+    int type_ = -1;
+};
+
 // LTC of the frames from `firstFrame` (a frame count of the timecode type,
 // as the transport counts) for `seconds`, at `sampleRate`, 16-bit samples.
 std::vector<int16_t> writeLtc(int64_t firstFrame, double seconds, int type, int sampleRate);

@@ -88,6 +88,14 @@ void OutputPlayer::setVideo(const std::string& path, const std::string& start, i
     ++shared_->videoRevision;
 }
 
+std::optional<double> OutputPlayer::videoSeconds() const
+{
+    std::lock_guard lock(shared_->lock);
+    if (shared_->videoFps <= 0)
+        return std::nullopt;
+    return double(shared_->transport.frameAt(Clock::now()) - shared_->videoFirst) / shared_->videoFps;
+}
+
 int OutputPlayer::type() const
 {
     std::lock_guard lock(shared_->lock);
@@ -226,6 +234,11 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
             fetched = true;
         }
         video.follow(videoPath, videoStart, videoOffset, videoRevision, type, context);
+        {
+            std::lock_guard lock(shared.lock);
+            shared.videoFirst = video.first;
+            shared.videoFps = video.file ? video.file->fps() : 0;
+        }
         rz48::emu::OutputFrame composed = rz48::emu::composeFrame(state, type, frame, rz48::emu::ticksOfClock(due));
         const bool videoMoved = video.file && rz48::emu::videoIndexAt(frame, video.first) != videoDrawn;
         if ((!drawn || !(composed == last) || videoMoved) && !shared.waiting) {

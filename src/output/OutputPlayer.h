@@ -16,6 +16,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 class OutputPlayer {
@@ -47,6 +48,9 @@ public:
     // own timecode tag, else 00:00:00:00) plus `offset` frames. The parent
     // hears of the file (or why it cannot be shown) by threadVideoStatus(QString).
     void setVideo(const std::string& path, const std::string& start, int64_t offset);
+    // Where the video stands at the transport's frame, in seconds into the
+    // file (negative before its start); none while no video is shown.
+    std::optional<double> videoSeconds() const;
 
 private:
     struct Shared {
@@ -62,6 +66,9 @@ private:
         std::string videoPath, videoStart;
         int64_t videoOffset = 0;
         uint64_t videoRevision = 0;
+        // Set by the player's thread: the transport frame of the video's first frame, and its rate.
+        int64_t videoFirst = 0;
+        double videoFps = 0; // 0: no video shown
     };
     static void run(Shared& shared, rz48::WorkerContext& context);
 

@@ -3,7 +3,9 @@
 #include "common/FilePanels.h"
 #include "emulator/UnitTimecode.h"
 #include "output/LtcInput.h"
+#include "output/LtcOutput.h"
 #include "output/MtcInput.h"
+#include "output/VideoSound.h"
 #include "widgets/WidgetFactory.h"
 
 #include <QCheckBox>
@@ -26,6 +28,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
@@ -164,10 +167,22 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     connect(videoOffset_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyVideo);
     third->addWidget(videoOffset_);
     third->addWidget(new QLabel(tr("frames"), controls_));
+    mute_ = rz48::widgets::checkBox(QStringLiteral("checkBoxOutputMute"), tr("Mute"), controls_);
+    connect(mute_, &QCheckBox::toggled, this, [this](bool on) { sound_->setMuted(on); });
+    third->addWidget(mute_);
     QPushButton* close = rz48::widgets::button(QStringLiteral("buttonOutputCloseVideo"), tr("No video"), controls_);
     connect(close, &QPushButton::clicked, this, [this] { openVideo(QString()); });
     third->addWidget(close);
     setAcceptDrops(true);
+    // The video's sound follows the transport, ten times a second while a
+    // video is shown in a shown window.
+    sound_ = std::make_unique<VideoSound>(qEnvironmentVariable("RZ48_SOUND_OUTPUT"));
+    soundTurn_ = new QTimer(this);
+    soundTurn_->setInterval(100);
+    connect(soundTurn_, &QTimer::timeout, this, [this] {
+        const std::optional<double> at = player_.videoSeconds();
+        sound_->follow(player_.playing() && at, at.value_or(-1));
+    });
     chase_->setObjectName(QStringLiteral("checkBoxOutputChaseMtc"));
     connect(chase_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseChanged);
     row->addWidget(chase_);
@@ -175,6 +190,13 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     chaseLtc_->setObjectName(QStringLiteral("checkBoxOutputChaseLtc"));
     connect(chaseLtc_, &QCheckBox::toggled, this, &UnitOutputWindow::chaseLtcChanged);
     row->addWidget(chaseLtc_);
+    sendLtc_ = new QCheckBox(tr("Send LTC"), controls_);
+    sendLtc_->setObjectName(QStringLiteral("checkBoxOutputSendLtc"));
+    connect(sendLtc_, &QCheckBox::toggled, this, &UnitOutputWindow::sendLtcChanged);
+    row->addWidget(sendLtc_);
+    ltcOut_ = std::make_unique<LtcOutput>([this] {
+        return LtcOutput::Position {player_.playing(), player_.frame(), player_.type()};
+    });
     row->addStretch(1);
 
     footer_ = new QWidget(this);
@@ -218,6 +240,7 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
 
 UnitOutputWindow::~UnitOutputWindow()
 {
+    ltcOut_->stop(); // it asks the player where the transport stands
     player_.stop();
 }
 
@@ -243,6 +266,8 @@ void UnitOutputWindow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
     player_.start(this);
+    if (sound_->isOpen())
+        soundTurn_->start();
 }
 
 void UnitOutputWindow::hideEvent(QHideEvent* event)
@@ -250,6 +275,8 @@ void UnitOutputWindow::hideEvent(QHideEvent* event)
     QWidget::hideEvent(event);
     player_.stop();
     player_.frameTaken();
+    soundTurn_->stop();
+    sound_->follow(false, -1); // silent while hidden
 }
 
 bool UnitOutputWindow::readTimecode(QLineEdit* field, int64_t* frame)
@@ -359,6 +386,23 @@ void UnitOutputWindow::chaseLtcChanged(bool on)
     say(tr("Chasing LTC on the sound input (48 kHz, the first channel)."));
 }
 
+void UnitOutputWindow::sendLtcChanged(bool on)
+{
+    if (!on) {
+        ltcOut_->stop();
+        say({});
+        return;
+    }
+    QString why;
+    if (!ltcOut_->start(&why)) {
+        say(why);
+        const QSignalBlocker block(sendLtc_);
+        sendLtc_->setChecked(false);
+        return;
+    }
+    say(tr("Sending the timecode as LTC to the sound output (48 kHz)."));
+}
+
 void UnitOutputWindow::openVideo(const QString& path)
 {
     showVideo(path, videoStart_->text().trimmed());
@@ -367,6 +411,16 @@ void UnitOutputWindow::openVideo(const QString& path)
 
 void UnitOutputWindow::showVideo(const QString& path, const QString& start)
 {
+    if (path != videoPath_) {
+        QString why;
+        if (!sound_->open(path, &why))
+            say(tr("The video's sound cannot be played: %1.").arg(why));
+        sound_->setMuted(mute_->isChecked());
+    }
+    if (sound_->isOpen() && isVisible())
+        soundTurn_->start();
+    else
+        soundTurn_->stop();
     videoPath_ = path;
     videoName_->setText(path.isEmpty() ? tr("no video") : QFileInfo(path).fileName());
     videoName_->setToolTip(path);

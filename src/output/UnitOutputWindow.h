@@ -15,6 +15,7 @@
 #include <memory>
 
 class MtcInput;
+class VideoSound;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -44,6 +45,7 @@ public:
     // The cue list's video and start, shown without a signal.
     void showVideo(const QString& path, const QString& start);
     const QString& videoPath() const { return videoPath_; }
+    const VideoSound& sound() const { return *sound_; }
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -64,6 +66,7 @@ private:
     void fullScreenOn(class QScreen* target);
     void chaseChanged(bool on);
     void chaseLtcChanged(bool on);
+    void sendLtcChanged(bool on);
     void say(const QString& text);
     void applyVideo();
 
@@ -83,9 +86,14 @@ private:
     QLineEdit* videoOffset_ = nullptr;
     QLabel* videoName_ = nullptr;
     QString videoPath_;
+    std::unique_ptr<VideoSound> sound_;
+    class QTimer* soundTurn_ = nullptr;
+    QCheckBox* mute_ = nullptr;
     QCheckBox* loop_ = nullptr;
     QCheckBox* chase_ = nullptr;
     QCheckBox* chaseLtc_ = nullptr;
+    QCheckBox* sendLtc_ = nullptr;
+    std::unique_ptr<class LtcOutput> ltcOut_;
     MtcInput* mtc_ = nullptr;
     class LtcInput* ltc_ = nullptr;
 };

@@ -126,6 +126,33 @@ TEST(LtcStream, FollowsTheSourceAndHearsItStop)
     }
 }
 
+// Frame by frame as the transport goes, a jump included: read back as sent.
+TEST(LtcWriter, FrameByFrameWithAJump)
+{
+    rz48::emu::LtcWriter writer(48000);
+    rz48::emu::Audio audio;
+    audio.sampleRate = 48000;
+    std::vector<int64_t> sent;
+    int64_t frame = 0;
+    ASSERT_TRUE(rz48::emu::frameOfFields(0, 0, 59, 25, 2, &frame));
+    for (int i = 0; i < 30; ++i, ++frame) {
+        if (i == 15)
+            frame += 100; // a locate while playing
+        sent.push_back(frame);
+        const std::vector<int16_t> samples = writer.frame(frame, 2);
+        EXPECT_NEAR(double(samples.size()), 48000 * 1.001 / 30, 1.0);
+        audio.samples.insert(audio.samples.end(), samples.begin(), samples.end());
+    }
+    const std::vector<LtcReading> read = rz48::emu::readLtc(audio);
+    ASSERT_GE(read.size(), sent.size() - 1);
+    for (size_t i = 0; i < read.size(); ++i) {
+        int64_t at = 0;
+        ASSERT_TRUE(rz48::emu::frameOfFields(read[i].hours, read[i].minutes, read[i].seconds, read[i].frames, 2, &at));
+        EXPECT_EQ(at, sent[i]) << labelOf(read[i]);
+        EXPECT_TRUE(read[i].dropFrame);
+    }
+}
+
 TEST(Wav, WhatIsNotAWavFileIsRefusedWithWhy)
 {
     rz48::emu::Audio audio;

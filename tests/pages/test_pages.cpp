@@ -7,6 +7,7 @@
 #include "cuewindow/CueDocument.h"
 #include "emulator/UnitTimecode.h"
 #include "output/UnitOutputWindow.h"
+#include "output/VideoSound.h"
 #include "panel/OutputController.h"
 #include "support/PanelFixture.h"
 #include "widgets/ColorWell.h"
@@ -388,6 +389,10 @@ TEST_F(UnitOutputTest, TriggerShowsInTheBuiltInUnitsOutput)
         ltc->click();
         EXPECT_FALSE(ltc->isChecked());
         EXPECT_TRUE(status->text().contains(QLatin1String("LTC cannot be chased"))) << status->text().toStdString();
+        auto* send = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputSendLtc"));
+        send->click();
+        EXPECT_FALSE(send->isChecked());
+        EXPECT_TRUE(status->text().contains(QLatin1String("LTC cannot be sent"))) << status->text().toStdString();
     }
     // Without a sequencer, chasing MIDI Time Code says so and stays off.
     if (!QFile::exists(QStringLiteral("/dev/snd/seq"))) {
@@ -409,7 +414,8 @@ TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
     const QString clip = dir.filePath(QStringLiteral("clip.mp4"));
     QProcess make;
     make.start(ffmpeg, {"-v", "error", "-y", "-f", "lavfi", "-i", "color=c=black:s=320x180:r=25:d=3,geq=r='mod(N\\,32)*8':g='floor(N/32)*8':b=128",
-                        "-timecode", "01:00:00:00", "-c:v", "libx264", "-g", "12", "-pix_fmt", "yuv420p", clip});
+                        "-f", "lavfi", "-i", "sine=frequency=440:duration=3", "-timecode", "01:00:00:00", "-c:v", "libx264", "-g", "12",
+                        "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest", clip});
     ASSERT_TRUE(make.waitForFinished(60000));
     ASSERT_EQ(make.exitCode(), 0) << make.readAllStandardError().toStdString();
 
@@ -450,6 +456,9 @@ TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
         ++checked;
     }
     EXPECT_GT(checked, 10);
+    // The sound (to no sound card here) plays along, within a few frames of the picture.
+    const double picture = *output->player().videoSeconds();
+    EXPECT_NEAR(output->sound().position(), picture, 0.2);
 
     // The video goes with the cue list: chosen in the window, kept in the
     // list; a new list has none; a list's own file brings its video back.
