@@ -87,6 +87,50 @@ void BM_TransportTenMinutes(benchmark::State& state)
 }
 BENCHMARK(BM_TransportTenMinutes)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(1);
 
+// Frames of a timecode type drawn when due for `seconds` from `first`, as
+// the Unit output window's player does: frames due, shown, dropped (a frame
+// due while the last was still being drawn) and doubled, and the largest
+// lateness.
+struct RealTime {
+    int64_t due = 0, shown = 0, dropped = 0, doubled = 0;
+    double worstMs = 0;
+};
+template <class Draw> RealTime playRealTime(int type, int64_t first, int seconds, Draw draw)
+{
+    RealTime r;
+    rz48::emu::Transport transport(type);
+    const auto start = rz48::emu::Transport::Clock::now();
+    transport.locate(first, start);
+    transport.play(start);
+    int64_t last = -1;
+    for (int64_t k = 1; transport.dueOf(k) < start + std::chrono::seconds(seconds); ++k) {
+        std::this_thread::sleep_until(transport.dueOf(k));
+        const auto now = rz48::emu::Transport::Clock::now();
+        const int64_t index = transport.indexAt(now);
+        draw(transport.frameOfIndex(index), now);
+        const double lateMs = std::chrono::duration<double, std::milli>(rz48::emu::Transport::Clock::now() - transport.dueOf(index)).count();
+        r.worstMs = std::max(r.worstMs, lateMs);
+        ++r.due;
+        if (index == last)
+            ++r.doubled;
+        else {
+            ++r.shown;
+            r.dropped += last < 0 ? 0 : index - last - 1;
+        }
+        last = index;
+    }
+    return r;
+}
+
+void reportRealTime(benchmark::State& state, const RealTime& r)
+{
+    state.counters["due"] = double(r.due);
+    state.counters["shown"] = double(r.shown);
+    state.counters["dropped"] = double(r.dropped);
+    state.counters["doubled"] = double(r.doubled);
+    state.counters["worst_late_ms"] = r.worstMs;
+}
+
 // Real time: RZ48_BENCH_PLAY_SECONDS (default 20) of frames drawn when due,
 // as the Unit output window's player does.
 void BM_PlayRealTime(benchmark::State& state)
@@ -97,36 +141,12 @@ void BM_PlayRealTime(benchmark::State& state)
     rz48::emu::OutputRenderer renderer;
     QImage image;
     const rz48::emu::OutputState output = busyUnit().outputState();
-    int64_t due = 0, shown = 0, dropped = 0, doubled = 0;
-    double worstMs = 0;
-    for (auto _ : state) {
-        rz48::emu::Transport transport(type);
-        const auto start = rz48::emu::Transport::Clock::now();
-        transport.locate(rz48::emu::frameOfLabel(1, 0, 9, 0, type), start);
-        transport.play(start);
-        int64_t last = -1;
-        for (int64_t k = 1; transport.dueOf(k) < start + std::chrono::seconds(seconds); ++k) {
-            std::this_thread::sleep_until(transport.dueOf(k));
-            const auto now = rz48::emu::Transport::Clock::now();
-            const int64_t index = transport.indexAt(now);
-            renderer.render(rz48::emu::composeFrame(output, type, transport.frameOfIndex(index), rz48::emu::ticksOfClock(now)), image);
-            const double lateMs = std::chrono::duration<double, std::milli>(rz48::emu::Transport::Clock::now() - transport.dueOf(index)).count();
-            worstMs = std::max(worstMs, lateMs);
-            ++due;
-            if (index == last)
-                ++doubled;
-            else {
-                ++shown;
-                dropped += last < 0 ? 0 : index - last - 1;
-            }
-            last = index;
-        }
-    }
-    state.counters["due"] = double(due);
-    state.counters["shown"] = double(shown);
-    state.counters["dropped"] = double(dropped);
-    state.counters["doubled"] = double(doubled);
-    state.counters["worst_late_ms"] = worstMs;
+    RealTime r;
+    for (auto _ : state)
+        r = playRealTime(type, rz48::emu::frameOfLabel(1, 0, 9, 0, type), seconds, [&](int64_t frame, auto now) {
+            renderer.render(rz48::emu::composeFrame(output, type, frame, rz48::emu::ticksOfClock(now)), image);
+        });
+    reportRealTime(state, r);
 }
 // A 1080p25 H.264 clip made with ffmpeg (a moving test pattern, a keyframe
 // every `gop` frames) in the temporary folder; empty when ffmpeg is missing.
@@ -160,40 +180,16 @@ void BM_VideoPlayRealTime(benchmark::State& state)
     QImage image, picture;
     const rz48::emu::OutputState output = busyUnit().outputState();
     const int64_t first = rz48::emu::frameOfLabel(1, 0, 0, 0, 1);
-    int64_t due = 0, shown = 0, dropped = 0, doubled = 0, wrong = 0;
-    double worstMs = 0;
-    for (auto _ : state) {
-        rz48::emu::Transport transport(1);
-        const auto start = rz48::emu::Transport::Clock::now();
-        transport.locate(first, start);
-        transport.play(start);
-        int64_t last = -1;
-        for (int64_t k = 1; transport.dueOf(k) < start + std::chrono::seconds(seconds); ++k) {
-            std::this_thread::sleep_until(transport.dueOf(k));
-            const auto now = rz48::emu::Transport::Clock::now();
-            const int64_t index = transport.indexAt(now);
-            const int64_t frame = transport.frameOfIndex(index);
+    int64_t failed = 0;
+    RealTime r;
+    for (auto _ : state)
+        r = playRealTime(1, first, seconds, [&](int64_t frame, auto now) {
             if (!video.frameAt(rz48::emu::videoIndexAt(frame, first), picture, &why))
-                ++wrong;
+                ++failed;
             renderer.render(rz48::emu::composeFrame(output, 1, frame, rz48::emu::ticksOfClock(now)), image, &picture);
-            const double lateMs = std::chrono::duration<double, std::milli>(rz48::emu::Transport::Clock::now() - transport.dueOf(index)).count();
-            worstMs = std::max(worstMs, lateMs);
-            ++due;
-            if (index == last)
-                ++doubled;
-            else {
-                ++shown;
-                dropped += last < 0 ? 0 : index - last - 1;
-            }
-            last = index;
-        }
-    }
-    state.counters["due"] = double(due);
-    state.counters["shown"] = double(shown);
-    state.counters["dropped"] = double(dropped);
-    state.counters["doubled"] = double(doubled);
-    state.counters["failed"] = double(wrong);
-    state.counters["worst_late_ms"] = worstMs;
+        });
+    reportRealTime(state, r);
+    state.counters["failed"] = double(failed);
 }
 BENCHMARK(BM_VideoPlayRealTime)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 

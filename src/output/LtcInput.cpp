@@ -1,8 +1,5 @@
 #include "output/LtcInput.h"
 
-#include <QSocketNotifier>
-#include <QTimer>
-
 #ifdef RZ48_HAVE_ALSA
 #include <alsa/asoundlib.h>
 #include <poll.h>
@@ -22,14 +19,8 @@ struct LtcInput::Capture {
 };
 
 LtcInput::LtcInput(QObject* parent)
-    : QObject(parent)
-    , dropout_(new QTimer(this))
+    : TimecodeInput(parent)
 {
-    dropout_->setInterval(50);
-    connect(dropout_, &QTimer::timeout, this, [this] {
-        if (stream_.checkDropout(Clock::now()) && handler_ && stream_.position())
-            handler_(*stream_.position());
-    });
 }
 
 LtcInput::~LtcInput()
@@ -61,12 +52,10 @@ bool LtcInput::open(QString* why)
     std::vector<pollfd> fds(size_t(std::max(count, 0)));
     snd_pcm_poll_descriptors(capture->pcm, fds.data(), unsigned(fds.size()));
     capture_ = std::move(capture);
-    for (const pollfd& fd : fds) {
-        auto* notifier = new QSocketNotifier(fd.fd, QSocketNotifier::Read, this);
-        connect(notifier, &QSocketNotifier::activated, this, &LtcInput::readSamples);
-        notifiers_.push_back(notifier);
-    }
-    dropout_->start();
+    std::vector<int> descriptors;
+    for (const pollfd& fd : fds)
+        descriptors.push_back(fd.fd);
+    watch(descriptors);
     return true;
 #else
     if (why)
@@ -77,14 +66,11 @@ bool LtcInput::open(QString* why)
 
 void LtcInput::close()
 {
-    for (QSocketNotifier* n : notifiers_)
-        delete n;
-    notifiers_.clear();
-    dropout_->stop();
+    TimecodeInput::close();
     capture_.reset();
 }
 
-void LtcInput::readSamples()
+void LtcInput::readInput()
 {
 #ifdef RZ48_HAVE_ALSA
     if (!capture_)
@@ -104,7 +90,6 @@ void LtcInput::readSamples()
         }
         changed = stream_.feed(buffer, size_t(n), Clock::now()) || changed;
     }
-    if (changed && handler_ && stream_.position())
-        handler_(*stream_.position());
+    report(changed, stream_.position());
 #endif
 }

@@ -5,37 +5,27 @@
 // machine has no capture device (or the program was built without ALSA),
 // open() says why and nothing else is affected.
 #include "emulator/Ltc.h"
+#include "output/TimecodeInput.h"
 
-#include <QObject>
-#include <QString>
-
-#include <functional>
 #include <memory>
-#include <vector>
 
-class QSocketNotifier;
-class QTimer;
-
-class LtcInput : public QObject {
+class LtcInput : public TimecodeInput {
     Q_OBJECT
 public:
     explicit LtcInput(QObject* parent = nullptr);
     ~LtcInput() override;
 
     // Opens the capture device; false with the reason when it cannot.
-    bool open(QString* why);
-    void close();
-    // Called with each new position (and when the source stops).
-    void onPosition(std::function<void(const rz48::emu::MtcDecoder::Position&)> handler) { handler_ = std::move(handler); }
+    bool open(QString* why) override;
+    void close() override;
 
 private:
-    void readSamples();
+    void readInput() override;
+    bool droppedOut() override { return stream_.checkDropout(rz48::emu::LtcStream::Clock::now()); }
+    std::optional<Position> position() const override { return stream_.position(); }
 
+    static constexpr int kRate = 48000;
     struct Capture;
     std::unique_ptr<Capture> capture_;
-    std::vector<QSocketNotifier*> notifiers_;
-    QTimer* dropout_ = nullptr;
     rz48::emu::LtcStream stream_ {kRate};
-    std::function<void(const rz48::emu::MtcDecoder::Position&)> handler_;
-    static constexpr int kRate = 48000;
 };

@@ -1,8 +1,5 @@
 #include "output/MtcInput.h"
 
-#include <QSocketNotifier>
-#include <QTimer>
-
 #ifdef RZ48_HAVE_ALSA
 #include <alsa/asoundlib.h>
 #include <poll.h>
@@ -22,14 +19,8 @@ struct MtcInput::Sequencer {
 };
 
 MtcInput::MtcInput(QObject* parent)
-    : QObject(parent)
-    , dropout_(new QTimer(this))
+    : TimecodeInput(parent)
 {
-    dropout_->setInterval(50);
-    connect(dropout_, &QTimer::timeout, this, [this] {
-        if (decoder_.checkDropout(Clock::now()) && handler_ && decoder_.position())
-            handler_(*decoder_.position());
-    });
 }
 
 MtcInput::~MtcInput()
@@ -61,12 +52,10 @@ bool MtcInput::open(QString* why)
     std::vector<pollfd> fds(size_t(std::max(count, 0)));
     snd_seq_poll_descriptors(seq->handle, fds.data(), unsigned(fds.size()), POLLIN);
     seq_ = std::move(seq);
-    for (const pollfd& fd : fds) {
-        auto* notifier = new QSocketNotifier(fd.fd, QSocketNotifier::Read, this);
-        connect(notifier, &QSocketNotifier::activated, this, &MtcInput::readEvents);
-        notifiers_.push_back(notifier);
-    }
-    dropout_->start();
+    std::vector<int> descriptors;
+    for (const pollfd& fd : fds)
+        descriptors.push_back(fd.fd);
+    watch(descriptors);
     return true;
 #else
     if (why)
@@ -77,14 +66,11 @@ bool MtcInput::open(QString* why)
 
 void MtcInput::close()
 {
-    for (QSocketNotifier* n : notifiers_)
-        delete n;
-    notifiers_.clear();
-    dropout_->stop();
+    TimecodeInput::close();
     seq_.reset();
 }
 
-void MtcInput::readEvents()
+void MtcInput::readInput()
 {
 #ifdef RZ48_HAVE_ALSA
     if (!seq_)
@@ -99,8 +85,7 @@ void MtcInput::readEvents()
         } else if (event->type == SND_SEQ_EVENT_SYSEX && event->data.ext.ptr) {
             changed = decoder_.feed(static_cast<const uint8_t*>(event->data.ext.ptr), event->data.ext.len, now);
         }
-        if (changed && handler_ && decoder_.position())
-            handler_(*decoder_.position());
+        report(changed, decoder_.position());
         event = nullptr;
     }
 #endif

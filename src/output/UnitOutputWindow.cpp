@@ -348,59 +348,44 @@ void UnitOutputWindow::contextMenuEvent(QContextMenuEvent* event)
     menu.exec(event->globalPos());
 }
 
-void UnitOutputWindow::chaseChanged(bool on)
+void UnitOutputWindow::switchSource(QCheckBox* box, bool on, const std::function<bool(QString*)>& open,
+                                    const std::function<void()>& close, const QString& started)
 {
     if (!on) {
-        mtc_->close();
+        close();
         say({});
         return;
     }
     QString why;
-    if (!mtc_->open(&why)) {
+    if (!open(&why)) {
         say(why);
-        const QSignalBlocker block(chase_);
-        chase_->setChecked(false);
+        const QSignalBlocker block(box);
+        box->setChecked(false);
         return;
     }
-    if (chaseLtc_->isChecked()) // one source at a time
+    say(started);
+}
+
+void UnitOutputWindow::chaseChanged(bool on)
+{
+    switchSource(chase_, on, [this](QString* why) { return mtc_->open(why); }, [this] { mtc_->close(); },
+                 tr("Chasing MIDI Time Code: connect a source to the sequencer port \"RZ48 MTC in\"."));
+    if (chase_->isChecked() && chaseLtc_->isChecked()) // one source at a time
         chaseLtc_->setChecked(false);
-    say(tr("Chasing MIDI Time Code: connect a source to the sequencer port \"RZ48 MTC in\"."));
 }
 
 void UnitOutputWindow::chaseLtcChanged(bool on)
 {
-    if (!on) {
-        ltc_->close();
-        say({});
-        return;
-    }
-    QString why;
-    if (!ltc_->open(&why)) {
-        say(why);
-        const QSignalBlocker block(chaseLtc_);
-        chaseLtc_->setChecked(false);
-        return;
-    }
-    if (chase_->isChecked())
+    switchSource(chaseLtc_, on, [this](QString* why) { return ltc_->open(why); }, [this] { ltc_->close(); },
+                 tr("Chasing LTC on the sound input (48 kHz, the first channel)."));
+    if (chaseLtc_->isChecked() && chase_->isChecked())
         chase_->setChecked(false);
-    say(tr("Chasing LTC on the sound input (48 kHz, the first channel)."));
 }
 
 void UnitOutputWindow::sendLtcChanged(bool on)
 {
-    if (!on) {
-        ltcOut_->stop();
-        say({});
-        return;
-    }
-    QString why;
-    if (!ltcOut_->start(&why)) {
-        say(why);
-        const QSignalBlocker block(sendLtc_);
-        sendLtc_->setChecked(false);
-        return;
-    }
-    say(tr("Sending the timecode as LTC to the sound output (48 kHz)."));
+    switchSource(sendLtc_, on, [this](QString* why) { return ltcOut_->start(why); }, [this] { ltcOut_->stop(); },
+                 tr("Sending the timecode as LTC to the sound output (48 kHz)."));
 }
 
 void UnitOutputWindow::openVideo(const QString& path)

@@ -12,6 +12,7 @@
 #include <QImage>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
 class MtcInput;
@@ -67,6 +68,9 @@ private:
     void chaseChanged(bool on);
     void chaseLtcChanged(bool on);
     void sendLtcChanged(bool on);
+    // A source or sink switched on (opened, or unticked again with why) or off.
+    void switchSource(QCheckBox* box, bool on, const std::function<bool(QString*)>& open, const std::function<void()>& close,
+                      const QString& started);
     void say(const QString& text);
     void applyVideo();
 
