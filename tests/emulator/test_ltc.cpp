@@ -7,6 +7,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <random>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -60,7 +61,7 @@ TEST(Ltc, WrittenAndReadBackFrameByFrameAtEveryType)
     }
 }
 
-// Played backwards, and 30 dB down: every frame is still read, backwards
+// Played backwards, and 30 dB down in noise: every frame is still read, backwards
 // flagged and in falling order.
 TEST(Ltc, ReadBackwardsAndQuiet)
 {
@@ -69,8 +70,10 @@ TEST(Ltc, ReadBackwardsAndQuiet)
     rz48::emu::Audio audio;
     audio.sampleRate = 48000;
     audio.samples = rz48::emu::writeLtc(first, 2.0, 1, 48000);
+    std::mt19937 noise(20);
+    std::uniform_int_distribution<int> hiss(-300, 300);
     for (int16_t& s : audio.samples)
-        s = int16_t(s / 32); // -30 dB
+        s = int16_t(s / 32 + hiss(noise)); // 30 dB down, with noise
     const size_t forwards = rz48::emu::readLtc(audio).size();
     EXPECT_GE(forwards, 48u);
     std::reverse(audio.samples.begin(), audio.samples.end());

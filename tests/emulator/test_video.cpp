@@ -1,6 +1,7 @@
 // Video under the unit's output: clips made with ffmpeg whose every frame
 // says its number in its colour (red: the number modulo 32, times 8; green:
 // the number over 32, times 8), drawn at timecodes by rz48-emu render --video.
+#include "emulator/UnitTimecode.h"
 #include "emulator/VideoFile.h"
 
 #include <QFile>
@@ -31,7 +32,8 @@ protected:
         const QString path = dir.filePath(QLatin1String(name));
         QProcess make;
         make.start(ffmpeg, {"-v", "error", "-y", "-f", "lavfi", "-i",
-                            QStringLiteral("color=c=black:s=%1:r=%2:d=%3,geq=r='mod(N\\,32)*8':g='floor(N/32)*8':b=128")
+                            QStringLiteral("color=c=black:s=%1:r=%2:d=%3,geq=r='mod(N\\,32)*8':g='mod(floor(N/32)\\,32)*8':"
+                                           "b='floor(N/1024)*32+16'")
                                 .arg(QLatin1String(size), QLatin1String(rate)).arg(seconds),
                             "-timecode", QLatin1String(timecode), "-c:v", "libx264", "-g", "12", "-pix_fmt", "yuv420p", path});
         EXPECT_TRUE(make.waitForFinished(60000));
@@ -44,22 +46,23 @@ protected:
         QProcess emu;
         const QString out = dir.filePath(QStringLiteral("frame.png"));
         QFile::remove(out);
-        emu.start(QStringLiteral(RZ48_EMU_PATH), QStringList {"render", "--setup", dir.filePath(QStringLiteral("unit.rz48setup")),
-                                                              "--tctype", QString::number(type), "--video", video, "--at",
-                                                              QLatin1String(at), "-o", out}
-                                                     + more);
+        QStringList args {"render", "--setup", dir.filePath(QStringLiteral("unit.rz48setup")), "--tctype", QString::number(type),
+                          "--at", QLatin1String(at), "-o", out};
+        if (!video.isEmpty())
+            args << "--video" << video;
+        emu.start(QStringLiteral(RZ48_EMU_PATH), args + more);
         EXPECT_TRUE(emu.waitForFinished(60000));
         errors = QString::fromLocal8Bit(emu.readAllStandardError());
         *frame = QImage(out);
         return emu.exitCode();
     }
-    // The frame number a picture's middle says, or -1 for black.
+    // The frame number a picture's middle says (red, green and blue digits), or -1 for black.
     static int numberOf(const QImage& frame)
     {
         const QRgb c = frame.pixel(960, 540);
         if (qRed(c) < 3 && qGreen(c) < 3 && qBlue(c) < 3)
             return -1;
-        return (qGreen(c) + 3) / 8 * 32 + (qRed(c) + 3) / 8;
+        return (qBlue(c) - 16 + 12) / 32 * 1024 + (qGreen(c) + 3) / 8 * 32 + (qRed(c) + 3) / 8;
     }
 
     QString ffmpeg, errors;
@@ -89,6 +92,40 @@ TEST_F(VideoTest, EachTimecodeShowsItsOwnFrame)
 
 // 29.97 drop-frame across a minute: 00:01:00;02 follows 00:00:59;29. A 4:3
 // clip is pillarboxed. A video at another rate says so.
+// Two minutes at 29.97 drop-frame from 00:59:50;00: timecodes sampled across
+// it, on both sides of the minutes whose first labels are dropped, each
+// show their own frame; the overlay draws the same over the video as over
+// black.
+TEST_F(VideoTest, TwoMinutesAtDropFrame)
+{
+    const QString video = clip("two-minutes.mp4", "30000/1001", "160x90", "00:59:50;00", 120);
+    QImage frame, black;
+    int64_t first = 0;
+    ASSERT_TRUE(rz48::emu::parseLabel("00:59:50;00", 2, &first));
+    for (const char* at : {"00:59:50;00", "00:59:59;29", "01:00:00;00", "01:00:00;01", "01:00:30;15", "01:00:59;29",
+                           "01:01:00;02", "01:01:00;03", "01:01:30;00", "01:01:45;00"}) {
+        ASSERT_EQ(render(video, 2, at, &frame), 0) << at << ": " << errors.toStdString();
+        int64_t wanted = 0;
+        ASSERT_TRUE(rz48::emu::parseLabel(at, 2, &wanted));
+        EXPECT_EQ(numberOf(frame), int(wanted - first)) << at;
+    }
+    // The timecode window (on in the setup at 96, 8) is the same pixels with the video and without.
+    QFile setup(dir.filePath(QStringLiteral("unit.rz48setup")));
+    ASSERT_TRUE(setup.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    setup.write("A 2\nm 129 96 8 112\n");
+    setup.close();
+    ASSERT_EQ(render(video, 2, "01:00:30;15", &frame), 0) << errors.toStdString();
+    ASSERT_EQ(render(QString(), 2, "01:00:30;15", &black), 0) << errors.toStdString();
+    int compared = 0;
+    for (int y = 0; y < 200; ++y)
+        for (int x = 0; x < 1920; ++x)
+            if (black.pixel(x, y) != 0xFF000000) {
+                ASSERT_EQ(frame.pixel(x, y), black.pixel(x, y)) << x << "," << y;
+                ++compared;
+            }
+    EXPECT_GT(compared, 1000);
+}
+
 TEST_F(VideoTest, DropFramePillarboxAndAnotherRate)
 {
     const QString video = clip("df.mp4", "30000/1001", "320x240", "00:00:59;28", 2);

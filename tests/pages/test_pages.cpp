@@ -459,6 +459,28 @@ TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
     // The sound (to no sound card here) plays along, within a few frames of the picture.
     const double picture = *output->player().videoSeconds();
     EXPECT_NEAR(output->sound().position(), picture, 0.2);
+    // A loop: the picture goes round with the timecode, each frame its own.
+    output->findChild<QLineEdit*>(QStringLiteral("textOutputLoopFirst"))->setText(QStringLiteral("01:00:00:10"));
+    output->findChild<QLineEdit*>(QStringLiteral("textOutputLoopEnd"))->setText(QStringLiteral("01:00:00:20"));
+    output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputLoop"))->click();
+    QTest::qWait(100);
+    int lowest = 99, highest = -1, looped = 0;
+    timer.restart();
+    while (timer.elapsed() < 1500) {
+        QTest::qWait(5);
+        const QImage& frame = output->lastFrame();
+        if (wanted(frame) == last)
+            continue;
+        last = wanted(frame);
+        EXPECT_EQ(said(frame), last) << frame.text(QStringLiteral("timecode")).toStdString();
+        lowest = std::min(lowest, last);
+        highest = std::max(highest, last);
+        ++looped;
+    }
+    EXPECT_GE(lowest, 10);
+    EXPECT_LE(highest, 19);
+    EXPECT_GT(looped, 15) << "round the loop more than once";
+    output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputLoop"))->click();
 
     // The video goes with the cue list: chosen in the window, kept in the
     // list; a new list has none; a list's own file brings its video back.
