@@ -23,6 +23,12 @@ QString listed(int64_t v, std::initializer_list<const char*> names)
     return v >= 0 && v < int64_t(names.size()) ? QLatin1String(names.begin()[v]) : QStringLiteral("%1 (not a choice)").arg(v);
 }
 
+// A name from a table, by the number the unit reports.
+template <size_t N> QString chosen(int64_t v, const std::array<const char*, N>& names)
+{
+    return v >= 0 && v < int64_t(N) ? QLatin1String(names[size_t(v)]) : QStringLiteral("%1 (not a choice)").arg(v);
+}
+
 struct Group {
     char letter;
     const char* name;
@@ -72,12 +78,8 @@ QList<FieldInWords> words(char letter, const std::vector<int64_t>& f)
                 {QStringLiteral("Masking transparency"), number(at(4), "/255")}};
     case 'J':
         return {{QStringLiteral("Delay trim"), QStringLiteral("%1 s").arg(QString::number(double(at(0)) / 50.0))}};
-    case 'M': {
-        const int64_t g = at(0);
-        return {{QStringLiteral("SDI generator"), g >= 0 && g < int64_t(kSdiGenerators.size())
-                                                     ? QLatin1String(kSdiGenerators[size_t(g)])
-                                                     : QStringLiteral("%1 (not a choice)").arg(g)}};
-    }
+    case 'M':
+        return {{QStringLiteral("SDI generator"), chosen(at(0), kSdiGenerators)}};
     case 'Q':
         return {{QStringLiteral("Bypass"), onOff(at(0))}};
     case 'U':
@@ -92,12 +94,8 @@ QList<FieldInWords> words(char letter, const std::vector<int64_t>& f)
                 {QStringLiteral("Pop on punch"), onOff(at(0) & 2)},
                 {QStringLiteral("Pop on streamer"), onOff(at(0) & 4)},
                 {QStringLiteral("Pop output"), (at(0) & 8) ? QStringLiteral("LTC") : QStringLiteral("pop")}};
-    case 'Y': {
-        const int64_t c = at(0);
-        return {{QStringLiteral("Input colour space"), c >= 0 && c < int64_t(kColorSpaces.size())
-                                                          ? QLatin1String(kColorSpaces[size_t(c)])
-                                                          : QStringLiteral("%1 (not a choice)").arg(c)}};
-    }
+    case 'Y':
+        return {{QStringLiteral("Input colour space"), chosen(at(0), kColorSpaces)}};
     case 'm':
         return {{QStringLiteral("Timecode window size"), number(at(0) & 127)},
                 {QStringLiteral("Timecode window shown"), onOff(at(0) & 128)},

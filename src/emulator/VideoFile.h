@@ -15,9 +15,7 @@ namespace rz48::emu {
 class VideoFile {
 public:
     VideoFile();
-    ~VideoFile();
-    VideoFile(const VideoFile&) = delete;
-    VideoFile& operator=(const VideoFile&) = delete;
+    ~VideoFile(); // (not copied: it owns its player)
 
     // False with why when the file cannot be opened or has no video.
     bool open(const std::string& path, std::string* why);

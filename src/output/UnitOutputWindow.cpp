@@ -2,9 +2,8 @@
 
 #include "common/FilePanels.h"
 #include "emulator/UnitTimecode.h"
-#include "output/LtcInput.h"
 #include "output/LtcOutput.h"
-#include "output/MtcInput.h"
+#include "output/TimecodeInput.h"
 #include "output/VideoSound.h"
 #include "widgets/WidgetFactory.h"
 
@@ -225,8 +224,8 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
             toggleFullScreen();
     });
     player_.locate(rz48::emu::frameOfLabel(1, 0, 0, 0, player_.type())); // sessions start at an hour
-    mtc_ = new MtcInput(this);
-    ltc_ = new LtcInput(this);
+    mtc_ = new TimecodeInput(TimecodeInput::Source::Mtc, this);
+    ltc_ = new TimecodeInput(TimecodeInput::Source::Ltc, this);
     auto chase = [this](const rz48::emu::MtcDecoder::Position& p) {
         player_.chase(p);
         if (type_->currentIndex() != p.type) {

@@ -15,7 +15,7 @@
 #include <functional>
 #include <memory>
 
-class MtcInput;
+class TimecodeInput;
 class VideoSound;
 class QCheckBox;
 class QComboBox;
@@ -98,6 +98,6 @@ private:
     QCheckBox* chaseLtc_ = nullptr;
     QCheckBox* sendLtc_ = nullptr;
     std::unique_ptr<class LtcOutput> ltcOut_;
-    MtcInput* mtc_ = nullptr;
-    class LtcInput* ltc_ = nullptr;
+    TimecodeInput* mtc_ = nullptr;
+    TimecodeInput* ltc_ = nullptr;
 };
