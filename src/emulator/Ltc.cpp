@@ -79,6 +79,7 @@ std::vector<LtcReading> readLtc(const Audio& audio)
 
 struct LtcStream::Decoder {
     std::unique_ptr<LTCDecoder, DecoderFree> handle;
+    std::vector<short> chunk; // the samples as the decoder takes them, kept between calls
 };
 
 LtcStream::LtcStream(int sampleRate)
@@ -95,7 +96,8 @@ bool LtcStream::feed(const int16_t* samples, size_t count, Clock::time_point now
     if (!decoder_->handle)
         return false;
     bool changed = false;
-    std::vector<short> chunk(samples, samples + count);
+    std::vector<short>& chunk = decoder_->chunk;
+    chunk.assign(samples, samples + count);
     ltc_decoder_write_s16(decoder_->handle.get(), chunk.data(), chunk.size(), ltc_off_t(fed_));
     fed_ += int64_t(count);
     LTCFrameExt frame;

@@ -182,10 +182,20 @@ bool VideoFile::open(const std::string& path, std::string* why)
     return true;
 }
 
-bool VideoFile::drawInto(QImage& picture)
+namespace {
+
+// The picture made the output's size and format where it is not.
+void fitPicture(QImage& picture)
 {
     if (picture.width() != kOutputWidth || picture.height() != kOutputHeight || picture.format() != QImage::Format_RGB32)
         picture = QImage(kOutputWidth, kOutputHeight, QImage::Format_RGB32);
+}
+
+} // namespace
+
+bool VideoFile::drawInto(QImage& picture)
+{
+    fitPicture(picture);
     int size[2] = {kOutputWidth, kOutputHeight};
     size_t stride = size_t(picture.bytesPerLine());
     mpv_render_param params[] = {{MPV_RENDER_PARAM_SW_SIZE, size},
@@ -202,12 +212,10 @@ bool VideoFile::drawInto(QImage& picture)
     return true;
 }
 
-
 bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
 {
     if (!player_ || index < 0 || index >= frames_) {
-        if (picture.width() != kOutputWidth || picture.height() != kOutputHeight || picture.format() != QImage::Format_RGB32)
-            picture = QImage(kOutputWidth, kOutputHeight, QImage::Format_RGB32);
+        fitPicture(picture);
         picture.fill(0xFF000000u);
         return true;
     }
@@ -215,6 +223,9 @@ bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
         picture = last_;
         return true;
     }
+    // The picture is drawn into in place: the last one is let go first, so
+    // that drawing does not copy all of it.
+    last_ = QImage();
     // The renderer may first redraw the frame it had: only a new frame is the one asked for.
     auto newFrame = [&](QImage& into) {
         for (;;) {

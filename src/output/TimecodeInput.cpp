@@ -79,6 +79,18 @@ void TimecodeInput::report(bool changed)
 
 #ifdef RZ48_HAVE_ALSA
 
+namespace {
+
+std::vector<int> descriptorsOf(const std::vector<pollfd>& fds)
+{
+    std::vector<int> descriptors;
+    for (const pollfd& fd : fds)
+        descriptors.push_back(fd.fd);
+    return descriptors;
+}
+
+} // namespace
+
 bool TimecodeInput::openSequencer(QString* why)
 {
     snd_seq_t* handle = nullptr;
@@ -98,10 +110,7 @@ bool TimecodeInput::openSequencer(QString* why)
     }
     std::vector<pollfd> fds(size_t(std::max(snd_seq_poll_descriptors_count(handle, POLLIN), 0)));
     snd_seq_poll_descriptors(handle, fds.data(), unsigned(fds.size()), POLLIN);
-    std::vector<int> descriptors;
-    for (const pollfd& fd : fds)
-        descriptors.push_back(fd.fd);
-    watch(std::move(seq), descriptors);
+    watch(std::move(seq), descriptorsOf(fds));
     return true;
 }
 
@@ -123,10 +132,7 @@ bool TimecodeInput::openCapture(QString* why)
     snd_pcm_start(pcm);
     std::vector<pollfd> fds(size_t(std::max(snd_pcm_poll_descriptors_count(pcm), 0)));
     snd_pcm_poll_descriptors(pcm, fds.data(), unsigned(fds.size()));
-    std::vector<int> descriptors;
-    for (const pollfd& fd : fds)
-        descriptors.push_back(fd.fd);
-    watch(std::move(capture), descriptors);
+    watch(std::move(capture), descriptorsOf(fds));
     return true;
 }
 
