@@ -83,6 +83,24 @@ void OutputRenderer::render(const OutputFrame& frame, QImage& image, const QImag
     else
         std::memcpy(image.bits(), backgrounds_[background].constBits(), size_t(image.sizeInBytes()));
     QPainter painter(&image);
+    drawShapes(painter, frame);
+}
+
+void OutputRenderer::renderOverlay(const OutputFrame& frame, QImage& image)
+{
+    if (image.width() != kOutputWidth || image.height() != kOutputHeight || image.format() != QImage::Format_ARGB32_Premultiplied)
+        image = QImage(kOutputWidth, kOutputHeight, QImage::Format_ARGB32_Premultiplied);
+    const int background = frame.background & 3;
+    if (background == 0)
+        image.fill(Qt::transparent);
+    else
+        image = backgrounds_[background].convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&image);
+    drawShapes(painter, frame);
+}
+
+void OutputRenderer::drawShapes(QPainter& painter, const OutputFrame& frame)
+{
     for (const Shape& s : frame.shapes) {
         switch (s.kind) {
         case Shape::Kind::Rect:

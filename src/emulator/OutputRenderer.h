@@ -10,6 +10,7 @@
 #include <map>
 
 class QFont;
+class QPainter;
 
 namespace rz48::emu {
 
@@ -21,11 +22,17 @@ public:
     // colour bars and grey scale are off, else black.
     void render(const OutputFrame& frame, QImage& image, const QImage* picture = nullptr);
     QImage render(const OutputFrame& frame);
+    // The shapes alone, to be laid over a picture drawn elsewhere: 1920 x 1080
+    // premultiplied ARGB, clear where nothing is drawn (the bars and grey
+    // scale, when on, cover it all).
+    void renderOverlay(const OutputFrame& frame, QImage& image);
 
     // The size of a line of text at a pixel size, as the renderer draws it.
     static QSize textSize(const std::string& text, int pixels);
 
 private:
+    static void drawShapes(QPainter& painter, const OutputFrame& frame);
+
     QImage backgrounds_[4]; // by "G"'s two bits; [0] unused (black)
 };
 

@@ -5,6 +5,7 @@
 
 #include <mpv/client.h>
 #include <mpv/render.h>
+#include <mpv/render_gl.h>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -16,6 +17,7 @@ extern "C" {
 #include <clocale>
 #include <condition_variable>
 #include <mutex>
+#include <type_traits>
 #include <cmath>
 #include <cstdio>
 
@@ -82,6 +84,12 @@ bool probe(const std::string& path, double* fps, int64_t* frames, std::string* t
 struct VideoFile::Player {
     mpv_handle* mpv = nullptr;
     mpv_render_context* render = nullptr;
+    // Drawn with OpenGL: the functions that fill a framebuffer black.
+    bool gl = false;
+    void (*bindFramebuffer)(unsigned target, unsigned id) = nullptr;
+    void (*viewport)(int x, int y, int width, int height) = nullptr;
+    void (*clearColor)(float r, float g, float b, float a) = nullptr;
+    void (*clear)(unsigned mask) = nullptr;
     std::mutex lock;
     std::condition_variable changed;
     bool update = false; // the renderer has something new
@@ -140,7 +148,7 @@ struct VideoFile::Player {
 VideoFile::VideoFile() = default;
 VideoFile::~VideoFile() = default;
 
-bool VideoFile::open(const std::string& path, std::string* why)
+bool VideoFile::open(const std::string& path, std::string* why, const OpenGlDrawing* gl)
 {
     player_.reset();
     frames_ = 0;
@@ -156,7 +164,7 @@ bool VideoFile::open(const std::string& path, std::string* why)
         return false;
     }
     for (const auto& [name, value] : {std::pair {"vo", "libmpv"}, {"ao", "null"}, {"audio", "no"}, {"sub", "no"},
-                                      {"hwdec", "no"}, {"pause", "yes"}, {"keep-open", "always"}, {"hr-seek", "yes"},
+                                      {"hwdec", "no"}, {"gpu-hwdec-interop", "no"}, {"pause", "yes"}, {"keep-open", "always"}, {"hr-seek", "yes"},
                                       {"hr-seek-framedrop", "no"}, {"untimed", "yes"}, {"osd-level", "0"}, {"terminal", "no"},
                                       {"config", "no"}, {"load-scripts", "no"}, {"ytdl", "no"}})
         mpv_set_option_string(player->mpv, name, value);
@@ -164,20 +172,47 @@ bool VideoFile::open(const std::string& path, std::string* why)
         *why = "the video player could not start";
         return false;
     }
-    mpv_render_param params[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)},
-                                 {MPV_RENDER_PARAM_INVALID, nullptr}};
-    if (mpv_render_context_create(&player->render, player->mpv, params) < 0) {
-        *why = "the video player has no software renderer";
-        return false;
+    if (gl) {
+        auto find = [gl](auto& function, const char* name) {
+            function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(gl->procAddress(gl->context, name));
+            return function != nullptr;
+        };
+        player->gl = true;
+        if (!find(player->bindFramebuffer, "glBindFramebuffer") || !find(player->viewport, "glViewport")
+            || !find(player->clearColor, "glClearColor") || !find(player->clear, "glClear")) {
+            *why = "OpenGL lacks the functions to draw a frame";
+            return false;
+        }
+        mpv_opengl_init_params init {gl->procAddress, gl->context};
+        mpv_render_param params[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_OPENGL)},
+                                     {MPV_RENDER_PARAM_OPENGL_INIT_PARAMS, &init},
+                                     {MPV_RENDER_PARAM_INVALID, nullptr}};
+        if (mpv_render_context_create(&player->render, player->mpv, params) < 0) {
+            *why = "the video player cannot draw with this OpenGL";
+            return false;
+        }
+    } else {
+        mpv_render_param params[] = {{MPV_RENDER_PARAM_API_TYPE, const_cast<char*>(MPV_RENDER_API_TYPE_SW)},
+                                     {MPV_RENDER_PARAM_INVALID, nullptr}};
+        if (mpv_render_context_create(&player->render, player->mpv, params) < 0) {
+            *why = "the video player has no software renderer";
+            return false;
+        }
     }
     mpv_render_context_set_update_callback(player->render, &Player::onUpdate, player.get());
     const char* load[] = {"loadfile", path.c_str(), nullptr};
     if (mpv_command(player->mpv, load) < 0 || !player->waitFor(MPV_EVENT_FILE_LOADED, 10, why))
         return false;
     player_ = std::move(player);
-    // The first frame, shown on loading, is drawn away so it is not taken for a later one.
+    // The first frame, shown on loading, is drawn away so it is not taken for
+    // a later one (with OpenGL, into a pixel of the surface's own framebuffer).
     QImage first;
-    if (player_->waitForFrame(5) && drawInto(first))
+    Canvas away;
+    if (!player_->gl)
+        away.picture = &first;
+    else
+        away.target = {0, 1, 1};
+    if (player_->waitForFrame(5) && drawInto(away))
         player_->shown = 0;
     return true;
 }
@@ -193,8 +228,17 @@ void fitPicture(QImage& picture)
 
 } // namespace
 
-bool VideoFile::drawInto(QImage& picture)
+bool VideoFile::drawInto(Canvas canvas)
 {
+    if (!canvas.picture) {
+        mpv_opengl_fbo fbo {int(canvas.target.id), canvas.target.width, canvas.target.height, 0};
+        int flip = 0;
+        mpv_render_param params[] = {{MPV_RENDER_PARAM_OPENGL_FBO, &fbo},
+                                     {MPV_RENDER_PARAM_FLIP_Y, &flip},
+                                     {MPV_RENDER_PARAM_INVALID, nullptr}};
+        return mpv_render_context_render(player_->render, params) >= 0;
+    }
+    QImage& picture = *canvas.picture;
     fitPicture(picture);
     int size[2] = {kOutputWidth, kOutputHeight};
     size_t stride = size_t(picture.bytesPerLine());
@@ -212,22 +256,62 @@ bool VideoFile::drawInto(QImage& picture)
     return true;
 }
 
+void VideoFile::black(Canvas canvas)
+{
+    if (canvas.picture) {
+        fitPicture(*canvas.picture);
+        canvas.picture->fill(0xFF000000u);
+    } else if (player_ && player_->gl) {
+        constexpr unsigned kFramebuffer = 0x8D40, kColourBuffer = 0x4000;
+        player_->bindFramebuffer(kFramebuffer, canvas.target.id);
+        player_->viewport(0, 0, canvas.target.width, canvas.target.height);
+        player_->clearColor(0, 0, 0, 1);
+        player_->clear(kColourBuffer);
+    }
+}
+
 bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
 {
+    if (player_ && player_->gl) {
+        *why = "the video is drawn with OpenGL";
+        return false;
+    }
+    Canvas canvas;
+    canvas.picture = &picture;
+    return frameOn(index, canvas, why);
+}
+
+bool VideoFile::frameAt(int64_t index, const Framebuffer& target, std::string* why)
+{
+    if (!player_ || !player_->gl) {
+        *why = "the video is not drawn with OpenGL";
+        return false;
+    }
+    Canvas canvas;
+    canvas.target = target;
+    return frameOn(index, canvas, why);
+}
+
+bool VideoFile::frameOn(int64_t index, Canvas canvas, std::string* why)
+{
     if (!player_ || index < 0 || index >= frames_) {
-        fitPicture(picture);
-        picture.fill(0xFF000000u);
+        black(canvas);
         return true;
     }
-    if (index == player_->shown && !last_.isNull()) {
-        picture = last_;
-        return true;
+    if (index == player_->shown) {
+        // Drawn with OpenGL, the renderer draws its frame again; in software, the last picture is it.
+        if (!canvas.picture)
+            return drawInto(canvas);
+        if (!last_.isNull()) {
+            *canvas.picture = last_;
+            return true;
+        }
     }
     // The picture is drawn into in place: the last one is let go first, so
     // that drawing does not copy all of it.
     last_ = QImage();
     // The renderer may first redraw the frame it had: only a new frame is the one asked for.
-    auto newFrame = [&](QImage& into) {
+    auto newFrame = [&](Canvas into) {
         for (;;) {
             if (!player_->waitForFrame(5)) {
                 *why = "frame " + std::to_string(index) + " did not come";
@@ -253,31 +337,35 @@ bool VideoFile::frameAt(int64_t index, QImage& picture, std::string* why)
             return false;
         }
         player_->stepped = false;
-        if (!newFrame(picture))
+        if (!newFrame(canvas))
             return false;
     } else {
         // The frame decoded ahead, and any other still waiting, are drawn away
         // first, so neither is taken for the new one.
+        QImage away;
+        Canvas drawnAway = canvas;
+        if (canvas.picture)
+            drawnAway.picture = &away;
         if (player_->stepped) {
-            QImage away;
-            newFrame(away);
+            newFrame(drawnAway);
             player_->stepped = false;
         }
         if (mpv_render_context_update(player_->render) & MPV_RENDER_UPDATE_FRAME)
-            drawInto(picture);
+            drawInto(drawnAway);
         // An exact seek shows the first frame at or after its time: a quarter
         // of a frame before the frame's own, so rounding never shows its neighbour.
         char at[64];
         std::snprintf(at, sizeof at, "%.6f", std::max(0.0, (double(index) - 0.25) / fps_));
         const char* seek[] = {"seek", at, "absolute+exact", nullptr};
-        if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why) || !newFrame(picture))
+        if (mpv_command(player_->mpv, seek) < 0 || !player_->waitFor(MPV_EVENT_PLAYBACK_RESTART, 10, why) || !newFrame(canvas))
             return false;
     }
     // The next frame is decoded while this one is shown.
     if (index + 1 < frames_ && mpv_command(player_->mpv, step) >= 0)
         player_->stepped = true;
     player_->shown = index;
-    last_ = picture;
+    if (canvas.picture)
+        last_ = *canvas.picture;
     return true;
 }
 

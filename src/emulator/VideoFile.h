@@ -1,9 +1,10 @@
 #pragma once
 // A video file under the unit's output: its frames by number, each drawn
 // into the output's 1920 x 1080 picture (letterboxed when its shape differs)
-// by libmpv's software renderer, so no display or GPU is needed; its rate,
-// length and start timecode tag (read with libavformat, as libmpv does not
-// give it). One VideoFile per thread.
+// by libmpv's software renderer, so no display or GPU is needed, or by its
+// OpenGL renderer into a framebuffer; its rate, length and start timecode tag
+// (read with libavformat, as libmpv does not give it). One VideoFile per
+// thread; drawn with OpenGL, the context it was opened in is current on it.
 #include <QImage>
 
 #include <cstdint>
@@ -12,13 +13,28 @@
 
 namespace rz48::emu {
 
+// The OpenGL context a video is drawn with: how its functions are found.
+struct OpenGlDrawing {
+    void* (*procAddress)(void* context, const char* name) = nullptr;
+    void* context = nullptr;
+};
+
+// An OpenGL framebuffer of the current context, drawn into whole.
+struct Framebuffer {
+    unsigned id = 0;
+    int width = 0;
+    int height = 0;
+};
+
 class VideoFile {
 public:
     VideoFile();
     ~VideoFile(); // (not copied: it owns its player)
 
-    // False with why when the file cannot be opened or has no video.
-    bool open(const std::string& path, std::string* why);
+    // False with why when the file cannot be opened or has no video. With
+    // `gl`, frames are drawn with OpenGL (frameAt with a framebuffer), in the
+    // context current now; else in software (frameAt with a picture).
+    bool open(const std::string& path, std::string* why, const OpenGlDrawing* gl = nullptr);
     double fps() const { return fps_; }
     int64_t frameCount() const { return frames_; }
     // The file's start timecode tag ("01:00:00:00", ";" before the frames at
@@ -28,10 +44,19 @@ public:
     // RGB32); black before the first frame and after the last. False with why
     // when the frame could not be decoded.
     bool frameAt(int64_t index, QImage& picture, std::string* why);
+    // The same, drawn with OpenGL into `target`, letterboxed in its size.
+    bool frameAt(int64_t index, const Framebuffer& target, std::string* why);
 
 private:
-    // Draws the renderer's frame into the picture.
-    bool drawInto(QImage& picture);
+    // Where a frame goes: a picture, or else a framebuffer.
+    struct Canvas {
+        QImage* picture = nullptr;
+        Framebuffer target;
+    };
+    bool frameOn(int64_t index, Canvas canvas, std::string* why);
+    // Draws the renderer's frame onto the canvas; black fills it.
+    bool drawInto(Canvas canvas);
+    void black(Canvas canvas);
 
     struct Player;
     std::unique_ptr<Player> player_;

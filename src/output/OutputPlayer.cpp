@@ -1,7 +1,9 @@
 #include "output/OutputPlayer.h"
 
+#include "common/Diagnostics.h"
 #include "emulator/OutputRenderer.h"
 #include "emulator/VideoFile.h"
+#include "output/VideoTextures.h"
 
 #include <climits>
 #include <thread>
@@ -27,6 +29,13 @@ void OutputPlayer::start(QObject* parent)
 void OutputPlayer::stop()
 {
     worker_.stop();
+}
+
+void OutputPlayer::drawWithOpenGl(QOpenGLContext* share, QOffscreenSurface* surface)
+{
+    std::lock_guard lock(shared_->lock);
+    shared_->shareContext = share && surface ? share : nullptr;
+    shared_->surface = share && surface ? surface : nullptr;
 }
 
 void OutputPlayer::play()
@@ -117,13 +126,16 @@ int64_t OutputPlayer::frame() const
 namespace {
 
 // The video the player shows: opened on the player's own thread, its first
-// frame placed on the transport's frames, the picture of the frame shown.
+// frame placed on the transport's frames, the picture (or, drawn with OpenGL,
+// the texture) of the frame shown.
 struct VideoUnder {
+    VideoTextures* gl = nullptr; // drawn with OpenGL when ready
     std::unique_ptr<rz48::emu::VideoFile> file;
     uint64_t revision = 0;
     int type = -1;
     int64_t first = 0;
     QImage picture;
+    unsigned texture = 0;
     int64_t shown = INT64_MIN;
 
     // Follows the player's settings; what it says goes to the parent.
@@ -138,7 +150,16 @@ struct VideoUnder {
             if (!path.empty()) {
                 auto opened = std::make_unique<rz48::emu::VideoFile>();
                 std::string why;
-                if (opened->open(path, &why))
+                const rz48::emu::OpenGlDrawing drawing = gl ? gl->drawing() : rz48::emu::OpenGlDrawing();
+                bool open = opened->open(path, &why, gl ? &drawing : nullptr);
+                if (!open && gl) {
+                    // A player that cannot draw with this OpenGL draws in software.
+                    rz48::diag("the video is drawn in software: %s\n", why.c_str());
+                    gl = nullptr;
+                    opened = std::make_unique<rz48::emu::VideoFile>();
+                    open = opened->open(path, &why);
+                }
+                if (open)
                     file = std::move(opened);
                 else
                     context.callParent("threadVideoStatus", QStringLiteral("%1 cannot be shown: %2")
@@ -169,7 +190,8 @@ struct VideoUnder {
         first = at + offset;
         context.callParent("threadVideoStatus", said);
     }
-    // The picture at the transport's frame; null without a video.
+    // The picture at the transport's frame; null without a video or when it
+    // is drawn with OpenGL (its texture then holds the frame, 0 for black).
     const QImage* at(int64_t frame, rz48::WorkerContext& context)
     {
         if (!file)
@@ -178,15 +200,23 @@ struct VideoUnder {
         const int64_t wanted = index >= file->frameCount() ? -1 : index;
         if (wanted != shown) {
             std::string why;
-            if (!file->frameAt(wanted, picture, &why)) {
+            bool drawn = true;
+            if (!gl)
+                drawn = file->frameAt(wanted, picture, &why);
+            else if (wanted < 0)
+                texture = 0;
+            else if ((drawn = file->frameAt(wanted, gl->spare(), &why)))
+                texture = gl->swap();
+            if (!drawn) {
                 context.callParent("threadVideoStatus", QStringLiteral("The video's frame %1 could not be shown: %2")
                                                             .arg(wanted)
                                                             .arg(QString::fromStdString(why)));
                 picture.fill(0xFF000000u);
+                texture = 0;
             }
             shown = wanted;
         }
-        return &picture;
+        return gl ? nullptr : &picture;
     }
 };
 
@@ -195,7 +225,22 @@ struct VideoUnder {
 void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
 {
     rz48::emu::OutputRenderer renderer;
+    // Drawn with OpenGL, the textures outlive the video drawn into them.
+    VideoTextures textures;
     VideoUnder video;
+    {
+        std::unique_lock lock(shared.lock);
+        if (shared.shareContext) {
+            QOpenGLContext* share = shared.shareContext;
+            QOffscreenSurface* surface = shared.surface;
+            lock.unlock();
+            QString why;
+            if (textures.begin(share, surface, &why))
+                video.gl = &textures;
+            else
+                context.callParent("threadVideoStatus", QStringLiteral("The video is drawn in software: %1.").arg(why));
+        }
+    }
     int64_t videoDrawn = INT64_MIN;
     rz48::emu::OutputState state;
     uint64_t revision = 0;
@@ -242,13 +287,18 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
         rz48::emu::OutputFrame composed = rz48::emu::composeFrame(state, type, frame, rz48::emu::ticksOfClock(due));
         const bool videoMoved = video.file && rz48::emu::videoIndexAt(frame, video.first) != videoDrawn;
         if ((!drawn || !(composed == last) || videoMoved) && !shared.waiting) {
-            QImage image;
+            OutputShown shown;
             const QImage* picture = video.at(frame, context);
-            renderer.render(composed, image, picture);
-            videoDrawn = picture ? rz48::emu::videoIndexAt(frame, video.first) : INT64_MIN;
-            image.setText(QStringLiteral("timecode"), QString::fromStdString(composed.timecode));
+            if (video.gl) {
+                renderer.renderOverlay(composed, shown.image);
+                shown.texture = video.file ? video.texture : 0;
+            } else {
+                renderer.render(composed, shown.image, picture);
+            }
+            videoDrawn = video.file ? rz48::emu::videoIndexAt(frame, video.first) : INT64_MIN;
+            shown.image.setText(QStringLiteral("timecode"), QString::fromStdString(composed.timecode));
             shared.waiting = true;
-            if (!context.callParent("threadNeedsDisplay", image))
+            if (!context.callParent("threadNeedsDisplay", shown))
                 shared.waiting = false;
             last = std::move(composed);
             drawn = true;

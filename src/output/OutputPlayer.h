@@ -19,14 +19,32 @@
 #include <optional>
 #include <string>
 
+class QOffscreenSurface;
+class QOpenGLContext;
+
+// A frame for the window: the whole picture drawn in software; or, with the
+// video drawn with OpenGL, the shapes alone (clear where the picture shows)
+// over the video's texture (0: black under them).
+struct OutputShown {
+    QImage image;
+    unsigned texture = 0;
+};
+Q_DECLARE_METATYPE(OutputShown)
+
 class OutputPlayer {
 public:
     explicit OutputPlayer(std::shared_ptr<rz48::emu::EmulatedUnit> unit);
     ~OutputPlayer();
 
-    // The parent receives threadNeedsDisplay(QImage) and calls frameTaken()
-    // when it has it: at most one frame waits for the parent at a time.
+    // The parent receives threadNeedsDisplay(OutputShown) and calls
+    // frameTaken() when it has it: at most one frame waits for the parent at a
+    // time, and until it is taken the texture shown before is not drawn into.
     void start(QObject* parent);
+    // The video drawn with OpenGL, into textures shared with `share`, by a
+    // context of the player's thread over `surface` (both the window's, kept
+    // while the player runs); none: in software. Set while stopped. Where
+    // OpenGL fails the player draws in software and the parent hears why.
+    void drawWithOpenGl(QOpenGLContext* share, QOffscreenSurface* surface);
     void stop();
     void frameTaken() { shared_->waiting = false; }
 
@@ -69,6 +87,9 @@ private:
         // Set by the player's thread: the transport frame of the video's first frame, and its rate.
         int64_t videoFirst = 0;
         double videoFps = 0; // 0: no video shown
+        // Set while the player is stopped.
+        QOpenGLContext* shareContext = nullptr;
+        QOffscreenSurface* surface = nullptr;
     };
     static void run(Shared& shared, rz48::WorkerContext& context);
 

@@ -3,6 +3,7 @@
 #include "common/FilePanels.h"
 #include "emulator/UnitTimecode.h"
 #include "output/LtcOutput.h"
+#include "output/OutputPicture.h"
 #include "output/TimecodeInput.h"
 #include "output/VideoSound.h"
 #include "widgets/WidgetFactory.h"
@@ -32,37 +33,6 @@
 
 namespace {
 
-// The picture at 16:9, as large as the widget allows, on black.
-class OutputPicture : public QWidget {
-public:
-    OutputPicture(const QImage& frame, QWidget* parent)
-        : QWidget(parent)
-        , frame_(frame)
-    {
-        setObjectName(QStringLiteral("outputPicture"));
-        setMinimumSize(320, 180);
-        setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-        setAttribute(Qt::WA_OpaquePaintEvent);
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        painter.fillRect(rect(), Qt::black);
-        if (frame_.isNull())
-            return;
-        QSize size(16, 9);
-        size.scale(this->size(), Qt::KeepAspectRatio);
-        const QRect target(QPoint((width() - size.width()) / 2, (height() - size.height()) / 2), size);
-        painter.setRenderHint(QPainter::SmoothPixmapTransform, true);
-        painter.drawImage(target, frame_);
-    }
-
-private:
-    const QImage& frame_;
-};
-
 QLineEdit* timecodeField(const char* name, const QString& text, QWidget* parent)
 {
     auto* field = new QLineEdit(text, parent);
@@ -81,7 +51,15 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     setObjectName(QStringLiteral("unitOutputWindow"));
     setWindowTitle(shadow ? tr("Unit output (simulated output)") : tr("Unit output"));
     resize(960, 620);
-    picture_ = new OutputPicture(frame_, this);
+    // Drawn with OpenGL, the player draws the video once the picture has its context.
+    picture_ = makeOutputPicture(frame_, [this](QOpenGLContext* context, QOffscreenSurface* surface) {
+        player_.stop();
+        frame_.texture = 0;
+        player_.frameTaken();
+        player_.drawWithOpenGl(context, surface);
+        if (context && isVisible())
+            player_.start(this);
+    }, this, &openGl_);
 
     // Two rows, so that the window fits a small screen at twice the scale:
     // the transport and its timecode, then the loop, the rate and the chase.
@@ -241,6 +219,7 @@ UnitOutputWindow::~UnitOutputWindow()
 {
     ltcOut_->stop(); // it asks the player where the transport stands
     player_.stop();
+    delete picture_; // it tells the player of its context as it goes
 }
 
 void UnitOutputWindow::setTimecodeType(int type)
@@ -252,12 +231,12 @@ void UnitOutputWindow::setTimecodeType(int type)
     applyLoop();
 }
 
-void UnitOutputWindow::threadNeedsDisplay(QImage image)
+void UnitOutputWindow::threadNeedsDisplay(OutputShown frame)
 {
-    frame_ = std::move(image);
+    frame_ = std::move(frame);
     ++framesReceived_;
     player_.frameTaken();
-    timecode_->setText(frame_.text(QStringLiteral("timecode")));
+    timecode_->setText(frame_.image.text(QStringLiteral("timecode")));
     picture_->update();
 }
 
@@ -273,6 +252,7 @@ void UnitOutputWindow::hideEvent(QHideEvent* event)
 {
     QWidget::hideEvent(event);
     player_.stop();
+    frame_.texture = 0; // gone with the player's context
     player_.frameTaken();
     soundTurn_->stop();
     sound_->follow(false, -1); // silent while hidden

@@ -32,12 +32,16 @@ public:
 
     OutputPlayer& player() { return player_; }
     // The latest frame shown, and how many have come.
-    const QImage& lastFrame() const { return frame_; }
+    // Drawn with OpenGL, the image holds the shapes alone and the video is in
+    // the picture (see picture()).
+    const QImage& lastFrame() const { return frame_.image; }
+    QWidget* picture() const { return picture_; }
+    bool drawsWithOpenGl() const { return openGl_; }
     int framesReceived() const { return framesReceived_; }
     // The timecode type the transport runs at (0 24, 1 25, 2 29.97 drop-frame, 3 30).
     void setTimecodeType(int type);
 
-    Q_INVOKABLE void threadNeedsDisplay(QImage image);
+    Q_INVOKABLE void threadNeedsDisplay(OutputShown frame);
     Q_INVOKABLE void threadVideoStatus(QString text) { say(text); }
 
     // Shows a video under the output (an empty path: none), from the start
@@ -75,7 +79,8 @@ private:
     void applyVideo();
 
     OutputPlayer player_;
-    QImage frame_;
+    OutputShown frame_;
+    bool openGl_ = false;
     int framesReceived_ = 0;
     QWidget* picture_ = nullptr;
     QWidget* controls_ = nullptr;
