@@ -1,5 +1,7 @@
 #include "output/LtcOutput.h"
 
+#include "output/RealTimeGuard.h"
+
 #include "emulator/Ltc.h"
 #include "emulator/UnitTimecode.h"
 
@@ -10,10 +12,14 @@
 #endif
 
 #include <memory>
+#include <optional>
+#include <thread>
 
 namespace {
 
 constexpr int kRate = 48000;
+// Frames the LTC may be ahead of (or behind) the transport and go on.
+constexpr int64_t kMostAhead = 8;
 
 #ifdef RZ48_HAVE_ALSA
 struct PcmClose {
@@ -52,23 +58,53 @@ bool LtcOutput::start(QString* why)
     std::function<Position()> transport = transport_;
     worker_.start(nullptr, [pcm, transport](rz48::WorkerContext& context) {
         rz48::emu::LtcWriter writer(kRate);
+        RealTimeGuard guard(kRate, std::chrono::milliseconds(200));
+        std::optional<int64_t> next; // the frame the LTC goes on with
+        int nextType = -1;
         while (!context.aborting()) {
             const Position at = transport();
             std::vector<int16_t> samples;
             if (at.playing) {
-                samples = writer.frame(at.frame, at.type);
+                // Frame after frame while the transport runs on (what is
+                // written ahead goes out that much later), a frame skipped or
+                // said again where the two clocks part; from the transport's
+                // frame again after a locate or a change of rate.
+                const int64_t day = rz48::emu::framesPerDay(at.type);
+                int64_t frame = at.frame;
+                if (next && nextType == at.type) {
+                    int64_t lead = ((*next - at.frame) % day + day) % day;
+                    if (lead > day / 2)
+                        lead -= day;
+                    if (lead < 0 && lead >= -kMostAhead)
+                        frame = *next + 1;
+                    else if (lead > kMostAhead && lead <= 2 * kMostAhead)
+                        frame = *next - 1;
+                    else if (lead >= 0 && lead <= kMostAhead)
+                        frame = *next;
+                    frame = (frame % day + day) % day;
+                }
+                samples = writer.frame(frame, at.type);
+                next = (frame + 1) % day;
+                nextType = at.type;
             } else {
+                next.reset();
                 const rz48::emu::FrameRate rate = rz48::emu::frameRateOf(at.type);
                 samples.assign(size_t(kRate * rate.periodTicks / rz48::emu::kTicksPerSecond), 0);
             }
-            // The write waits for room: the sound card's clock paces the frames.
+            // The write waits for room: the sound card's clock paces the
+            // frames; a device without one is held to the monotonic clock.
+            std::this_thread::sleep_until(guard.dueFor(int64_t(samples.size())));
             for (size_t done = 0; done < samples.size() && !context.aborting();) {
+                const auto before = RealTimeGuard::Clock::now();
                 const snd_pcm_sframes_t n = snd_pcm_writei(pcm.get(), samples.data() + done, samples.size() - done);
                 if (n < 0) {
                     if (snd_pcm_recover(pcm.get(), int(n), 1) < 0)
                         return;
                     continue;
                 }
+                if (const auto after = RealTimeGuard::Clock::now(); after - before > std::chrono::milliseconds(2))
+                    guard.deviceWaited(after);
+                guard.passed(n);
                 done += size_t(n);
             }
         }

@@ -66,6 +66,16 @@ void TimecodeInput::watch(std::shared_ptr<void> device, const std::vector<int>& 
     dropout_->start();
 }
 
+void TimecodeInput::pauseReading()
+{
+    for (QSocketNotifier* n : notifiers_)
+        n->setEnabled(false);
+    QTimer::singleShot(20, this, [this] {
+        for (QSocketNotifier* n : notifiers_)
+            n->setEnabled(true);
+    });
+}
+
 std::optional<TimecodeInput::Position> TimecodeInput::position() const
 {
     return source_ == Source::Mtc ? mtc_.position() : ltc_.position();
@@ -130,6 +140,7 @@ bool TimecodeInput::openCapture(QString* why)
         return false;
     }
     snd_pcm_start(pcm);
+    guard_.deviceWaited(RealTimeGuard::Clock::now());
     std::vector<pollfd> fds(size_t(std::max(snd_pcm_poll_descriptors_count(pcm), 0)));
     snd_pcm_poll_descriptors(pcm, fds.data(), unsigned(fds.size()));
     watch(std::move(capture), descriptorsOf(fds));
@@ -163,10 +174,19 @@ void TimecodeInput::readCapture()
         return;
     int16_t buffer[1024];
     bool changed = false;
-    for (;;) {
-        const snd_pcm_sframes_t n = snd_pcm_readi(pcm, buffer, sizeof buffer / sizeof buffer[0]);
-        if (n == -EAGAIN || n == 0)
+    const auto now = RealTimeGuard::Clock::now();
+    for (int64_t allowed = guard_.allowance(now);;) {
+        if (allowed <= 0) {
+            // A device without a clock of its own has more at once than real
+            // time gives: the rest is read a moment later.
+            pauseReading();
             break;
+        }
+        const snd_pcm_sframes_t n = snd_pcm_readi(pcm, buffer, snd_pcm_uframes_t(std::min<int64_t>(allowed, 1024)));
+        if (n == -EAGAIN || n == 0) {
+            guard_.deviceWaited(now);
+            break;
+        }
         if (n < 0) {
             // An overrun (the window was busy): recovered, and the reading goes on.
             if (snd_pcm_recover(pcm, int(n), 1) < 0)
@@ -175,6 +195,8 @@ void TimecodeInput::readCapture()
             continue;
         }
         changed = ltc_.feed(buffer, size_t(n), Clock::now()) || changed;
+        guard_.passed(n);
+        allowed -= n;
     }
     report(changed);
 }

@@ -12,6 +12,7 @@
 // nothing else is affected.
 #include "emulator/Ltc.h"
 #include "emulator/MtcDecoder.h"
+#include "output/RealTimeGuard.h"
 
 #include <QObject>
 #include <QString>
@@ -46,6 +47,8 @@ private:
     // Reads whenever one of the descriptors has something, with dropouts looked for.
     void watch(std::shared_ptr<void> device, const std::vector<int>& descriptors);
     void report(bool changed);
+    // The descriptors unwatched for a moment.
+    void pauseReading();
     std::optional<Position> position() const;
 
     static constexpr int kRate = 48000;
@@ -55,5 +58,6 @@ private:
     QTimer* dropout_ = nullptr;
     rz48::emu::MtcDecoder mtc_;
     rz48::emu::LtcStream ltc_ {kRate};
+    RealTimeGuard guard_ {kRate, std::chrono::milliseconds(100)};
     std::function<void(const Position&)> handler_;
 };

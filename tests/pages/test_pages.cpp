@@ -5,6 +5,7 @@
 #include "pages/MonitorView.h"
 #include "pages/PunchView.h"
 #include "cuewindow/CueDocument.h"
+#include "emulator/Ltc.h"
 #include "emulator/UnitTimecode.h"
 #include "output/UnitOutputWindow.h"
 #include "output/VideoSound.h"
@@ -27,6 +28,8 @@
 #include <QStandardPaths>
 #include <QTabWidget>
 #include <QTest>
+
+#include <cstring>
 
 using namespace std::chrono_literals;
 using rz48test::PanelTest;
@@ -607,6 +610,69 @@ TEST_F(UnitOutputTest, DISABLED_VideoDrawnWithOpenGl)
     }
     EXPECT_GT(checked, 5);
     EXPECT_FALSE(status->text().contains(QLatin1String("software"))) << status->text().toStdString();
+}
+
+// Through ALSA to a device without a clock of its own (run alone, by
+// e2e.LtcThroughASoundDevice, so that ALSA reads this test's configuration):
+// the default device is a file plugin that plays into a file and records
+// from one. Chasing reads the LTC at the rate it plays; sending writes one
+// frame of LTC for each frame of the transport, no faster than it runs.
+TEST_F(UnitOutputTest, DISABLED_LtcThroughASoundDevice)
+{
+    const QString played = dir.filePath(QStringLiteral("played.raw"));
+    const QString recorded = dir.filePath(QStringLiteral("recorded.raw"));
+    QFile config(dir.filePath(QStringLiteral(".asoundrc")));
+    ASSERT_TRUE(config.open(QIODevice::WriteOnly));
+    config.write(QStringLiteral("pcm.!default { type file slave.pcm \"null\" file \"%1\" infile \"%2\" format \"raw\" }\n")
+                     .arg(played, recorded)
+                     .toUtf8());
+    config.close();
+    ::setenv("HOME", dir.path().toLocal8Bit().constData(), 1);
+    // Eight seconds of LTC from 02:00:00:00 at 25, then silence.
+    const std::vector<int16_t> ltc = rz48::emu::writeLtc(rz48::emu::frameOfLabel(2, 0, 0, 0, 1), 8, 1, 48000);
+    QFile in(recorded);
+    ASSERT_TRUE(in.open(QIODevice::WriteOnly));
+    in.write(reinterpret_cast<const char*>(ltc.data()), qint64(ltc.size() * 2));
+    in.close();
+
+    startWithUnit(true);
+    view->outputs()->showWindow(1);
+    UnitOutputWindow* output = view->outputs()->window();
+    auto* status = output->findChild<QLabel*>(QStringLiteral("labelOutputStatus"));
+    auto* timecode = output->findChild<QLabel*>(QStringLiteral("labelOutputTimecode"));
+    auto* chase = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputChaseLtc"));
+    chase->click();
+    ASSERT_TRUE(chase->isChecked()) << status->text().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return timecode->text().startsWith(QLatin1String("02:00:00")); }, 3000)) << timecode->text().toStdString();
+    QElapsedTimer clock;
+    clock.start();
+    ASSERT_TRUE(waitUntil([&] { return timecode->text() >= QLatin1String("02:00:02:00"); }, 5000)) << timecode->text().toStdString();
+    EXPECT_GT(clock.elapsed(), 1500) << "two seconds of LTC take about two seconds";
+    chase->click();
+
+    output->findChild<QLineEdit*>(QStringLiteral("textOutputLocate"))->setText(QStringLiteral("01:00:00:00"));
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputLocate"))->click();
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputPlay"))->click();
+    auto* send = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputSendLtc"));
+    send->click();
+    ASSERT_TRUE(send->isChecked()) << status->text().toStdString();
+    QTest::qWait(2000);
+    send->click();
+    QFile out(played);
+    ASSERT_TRUE(out.open(QIODevice::ReadOnly));
+    EXPECT_LT(out.size(), 48000 * 2 * 4) << "no more than the seconds it ran";
+    const QByteArray bytes = out.readAll();
+    rz48::emu::Audio audio;
+    audio.sampleRate = 48000;
+    audio.samples.resize(size_t(bytes.size() / 2));
+    std::memcpy(audio.samples.data(), bytes.constData(), audio.samples.size() * 2);
+    const std::vector<rz48::emu::LtcReading> read = rz48::emu::readLtc(audio);
+    ASSERT_GT(read.size(), 30u);
+    for (size_t i = 1; i < read.size(); ++i) {
+        const int previous = read[i - 1].seconds * 25 + read[i - 1].frames;
+        EXPECT_EQ(read[i].seconds * 25 + read[i].frames, previous + 1) << rz48::emu::ltcLine(read[i]);
+    }
+    EXPECT_EQ(read.front().hours, 1);
 }
 
 TEST_F(UnitOutputTest, TriggerShowsInTheShadowUnitsOutput)
