@@ -18,7 +18,7 @@ const QString kFormat = QStringLiteral("rz48-cues");
 // The cue's keys, in the order the file lists them (JSON objects sort them).
 const char* const kCueKeys[] = {"id", "in", "out", "text", "notes", "character", "reason", "status"};
 const char* const kOptionKeys[] = {"duplicate", "midnight", "text", "cueId", "pulldown", "start", "tctype",
-                                   "characterInText", "videoFile", "videoStart"};
+                                   "characterInText", "videoFile", "videoStart", "videoOffset"};
 const char* const kTopKeys[] = {"format", "version", "options", "cues"};
 
 template <size_t N> bool known(const char* const (&keys)[N], const QString& key)
@@ -99,8 +99,9 @@ QByteArray writeCueList(const CueList& list)
     options.insert(QStringLiteral("start"), o.start);
     options.insert(QStringLiteral("tctype"), o.tctype);
     options.insert(QStringLiteral("characterInText"), o.characterInText);
-    options.insert(QStringLiteral("videoFile"), list.videoFile);
-    options.insert(QStringLiteral("videoStart"), list.videoStart);
+    options.insert(QStringLiteral("videoFile"), list.video.file);
+    options.insert(QStringLiteral("videoStart"), list.video.start);
+    options.insert(QStringLiteral("videoOffset"), list.video.offset);
 
     QJsonArray cues;
     for (const CueItem& c : list.cues) {
@@ -169,9 +170,14 @@ bool readCueList(const QByteArray& bytes, CueList& list, QString* error)
         || !readBool(options, "text", o.text, &why) || !readBool(options, "cueId", o.cueId, &why)
         || !readBool(options, "pulldown", o.pulldown, &why) || !readBool(options, "characterInText", o.characterInText, &why)
         || !readString(options, "start", o.start, QStringLiteral("the option"), &why)
-        || !readString(options, "videoFile", read.videoFile, QStringLiteral("the option"), &why)
-        || !readString(options, "videoStart", read.videoStart, QStringLiteral("the option"), &why))
+        || !readString(options, "videoFile", read.video.file, QStringLiteral("the option"), &why)
+        || !readString(options, "videoStart", read.video.start, QStringLiteral("the option"), &why))
         return fail(error, why);
+    if (const QJsonValue offset = options.value(QStringLiteral("videoOffset")); !offset.isUndefined()) {
+        if (!offset.isDouble() || offset.toDouble() != std::floor(offset.toDouble()) || std::abs(offset.toDouble()) > kMaxVideoOffset)
+            return fail(error, QStringLiteral("the option \"videoOffset\" is not a whole number of frames within a day"));
+        read.video.offset = offset.toInt();
+    }
     if (const QJsonValue type = options.value(QStringLiteral("tctype")); !type.isUndefined()) {
         if (!type.isDouble() || type.toDouble() != std::floor(type.toDouble()) || type.toDouble() < 0 || type.toDouble() > 3)
             return fail(error, QStringLiteral("the option \"tctype\" is not 0, 1, 2 or 3"));
@@ -227,7 +233,7 @@ QStringList fieldsTheSheetDrops(const CueList& list)
         dropped << QStringLiteral("status");
     if (list.options.characterInText)
         dropped << QStringLiteral("character in text");
-    if (!list.videoFile.isEmpty())
+    if (!list.video.file.isEmpty())
         dropped << QStringLiteral("rehearsal video");
     if (unknown)
         dropped << QStringLiteral("fields of a later version");

@@ -21,10 +21,20 @@ inline constexpr const char* kPdfAttachmentName = "cue-list.rz48cues";
 // The largest native file read (100,000 cues with long texts).
 inline constexpr qint64 kMaxBytes = 256 * 1024 * 1024;
 
+// The rehearsal video of a list: its file, the timecode of its first frame
+// (empty: the file's own) and the frames it is moved by against the timecode.
+struct ListVideo {
+    QString file;
+    QString start;
+    int offset = 0;
+    bool operator==(const ListVideo&) const = default;
+};
+// The largest offset kept (a day at 30 frames a second), either way.
+inline constexpr int kMaxVideoOffset = 24 * 60 * 60 * 30;
+
 struct CueList {
     rz48::cuesheet::Options options; // the sheet's seven, and characterInText
-    QString videoFile;               // the rehearsal video of the list, and its start timecode
-    QString videoStart;
+    ListVideo video;
     QList<CueItem> cues;
     QJsonObject unknownKeys;         // top level
     QJsonObject unknownOptions;

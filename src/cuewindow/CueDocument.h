@@ -112,11 +112,9 @@ public:
     bool openFile(const QString& path);
     // The whole list as its own file keeps it.
     rz48::native::CueList nativeList() const;
-    // The video the Unit output shows under this list, and the timecode of
-    // its first frame (empty: the file's own), kept in the list's own file.
-    const QString& videoFile() const { return kept_.videoFile; }
-    const QString& videoStart() const { return kept_.videoStart; }
-    void setVideo(const QString& file, const QString& start);
+    // The video the Unit output shows under this list, kept in the list's own file.
+    const rz48::native::ListVideo& video() const { return kept_.video; }
+    void setVideo(const rz48::native::ListVideo& video);
     // The last files opened or saved (eight), kept between runs.
     static QStringList recentFiles();
     static void rememberFile(const QString& path);
@@ -167,7 +165,7 @@ signals:
     // The list's timecode type changed (another list opened, or the operator chose one).
     void timecodeTypeChanged(int tctype);
     // Another list came with its own video for the Unit output (or none).
-    void videoChanged(const QString& file, const QString& start);
+    void videoChanged(const rz48::native::ListVideo& video);
 
 private:
     void send(const QString& command);

@@ -83,12 +83,11 @@ void CueDocument::rememberFile(const QString& path)
     QSettings().setValue(QStringLiteral("recentCueLists"), recent.mid(0, kRecentFiles));
 }
 
-void CueDocument::setVideo(const QString& file, const QString& start)
+void CueDocument::setVideo(const rz48::native::ListVideo& video)
 {
-    if (file == kept_.videoFile && start == kept_.videoStart)
+    if (video == kept_.video)
         return;
-    kept_.videoFile = file;
-    kept_.videoStart = start;
+    kept_.video = video;
     history_->touch();
     setModified(true);
 }
@@ -148,7 +147,7 @@ bool CueDocument::openList(const QString& path, QString* error)
             applyOptions(list.options);
             kept_ = list;
             kept_.cues.clear();
-            emit videoChanged(kept_.videoFile, kept_.videoStart);
+            emit videoChanged(kept_.video);
         }
         controller_->appendItems(list.cues);
     } else {
@@ -298,7 +297,7 @@ void CueDocument::menuFileNew()
     controller_->setItems({});
     applyOptions(rz48::cuesheet::Options {});
     kept_ = {};
-    emit videoChanged({}, {});
+    emit videoChanged({});
     filePath_.clear();
     history_->setFilePath({});
     history_->restart();
@@ -330,7 +329,7 @@ void CueDocument::offerRecovery()
             applyOptions(recovered.list.options);
             kept_ = recovered.list;
             kept_.cues.clear();
-            emit videoChanged(kept_.videoFile, kept_.videoStart);
+            emit videoChanged(kept_.video);
             filePath_ = recovered.savedPath;
             history_->setFilePath(filePath_);
             history_->restart();

@@ -133,15 +133,18 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     videoStart_->setPlaceholderText(tr("its own"));
     connect(videoStart_, &QLineEdit::editingFinished, this, [this] {
         applyVideo();
-        emit videoChosen(videoPath_, videoStart_->text().trimmed());
+        emit videoChosen(chosenVideo());
     });
     third->addWidget(videoStart_);
     third->addWidget(new QLabel(tr("offset"), controls_));
     videoOffset_ = new QLineEdit(QStringLiteral("0"), controls_);
     videoOffset_->setObjectName(QStringLiteral("textOutputVideoOffset"));
-    videoOffset_->setValidator(new QIntValidator(-999999, 999999, videoOffset_));
-    videoOffset_->setFixedWidth(videoOffset_->fontMetrics().horizontalAdvance(QStringLiteral("-9999999")) + 12);
-    connect(videoOffset_, &QLineEdit::editingFinished, this, &UnitOutputWindow::applyVideo);
+    videoOffset_->setValidator(new QIntValidator(-rz48::native::kMaxVideoOffset, rz48::native::kMaxVideoOffset, videoOffset_));
+    videoOffset_->setFixedWidth(videoOffset_->fontMetrics().horizontalAdvance(QStringLiteral("-99999999")) + 12);
+    connect(videoOffset_, &QLineEdit::editingFinished, this, [this] {
+        applyVideo();
+        emit videoChosen(chosenVideo());
+    });
     third->addWidget(videoOffset_);
     third->addWidget(new QLabel(tr("frames"), controls_));
     mute_ = rz48::widgets::checkBox(QStringLiteral("checkBoxOutputMute"), tr("Mute"), controls_);
@@ -369,12 +372,20 @@ void UnitOutputWindow::sendLtcChanged(bool on)
 
 void UnitOutputWindow::openVideo(const QString& path)
 {
-    showVideo(path, videoStart_->text().trimmed());
-    emit videoChosen(videoPath_, videoStart_->text().trimmed());
+    rz48::native::ListVideo video = chosenVideo();
+    video.file = path;
+    showVideo(video);
+    emit videoChosen(video);
 }
 
-void UnitOutputWindow::showVideo(const QString& path, const QString& start)
+rz48::native::ListVideo UnitOutputWindow::chosenVideo() const
 {
+    return {videoPath_, videoStart_->text().trimmed(), videoOffset_->text().toInt()};
+}
+
+void UnitOutputWindow::showVideo(const rz48::native::ListVideo& video)
+{
+    const QString& path = video.file;
     if (path != videoPath_) {
         QString why;
         if (!sound_->open(path, &why))
@@ -388,7 +399,8 @@ void UnitOutputWindow::showVideo(const QString& path, const QString& start)
     videoPath_ = path;
     videoName_->setText(path.isEmpty() ? tr("no video") : QFileInfo(path).fileName());
     videoName_->setToolTip(path);
-    videoStart_->setText(start);
+    videoStart_->setText(video.start);
+    videoOffset_->setText(QString::number(video.offset));
     applyVideo();
 }
 

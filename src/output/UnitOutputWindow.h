@@ -7,6 +7,7 @@
 // "simulated output". Frames are drawn only while the window is shown. A
 // video (Open video..., or dropped on the window) runs under the output,
 // frame for frame with the transport.
+#include "cuelist/NativeCueList.h"
 #include "output/OutputPlayer.h"
 
 #include <QImage>
@@ -47,8 +48,8 @@ public:
     // Shows a video under the output (an empty path: none), from the start
     // and offset the window's fields hold; the operator's choice is signalled.
     void openVideo(const QString& path);
-    // The cue list's video and start, shown without a signal.
-    void showVideo(const QString& path, const QString& start);
+    // The cue list's video, shown without a signal.
+    void showVideo(const rz48::native::ListVideo& video);
     const QString& videoPath() const { return videoPath_; }
     const VideoSound& sound() const { return *sound_; }
 
@@ -61,8 +62,8 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 signals:
-    // The operator chose a video (or none) or its start.
-    void videoChosen(const QString& path, const QString& start);
+    // The operator chose a video (or none), its start or its offset.
+    void videoChosen(const rz48::native::ListVideo& video);
 
 private:
     bool readTimecode(QLineEdit* field, int64_t* frame);
@@ -77,6 +78,8 @@ private:
                       const QString& started);
     void say(const QString& text);
     void applyVideo();
+    // The video, start and offset the window shows.
+    rz48::native::ListVideo chosenVideo() const;
 
     OutputPlayer player_;
     OutputShown frame_;

@@ -62,12 +62,11 @@ void OutputController::connected()
         shadow_->powerCycle();
 }
 
-void OutputController::followVideo(const QString& file, const QString& start)
+void OutputController::followVideo(const rz48::native::ListVideo& video)
 {
-    videoFile_ = file;
-    videoStart_ = start;
+    video_ = video;
     if (window_)
-        window_->showVideo(file, start);
+        window_->showVideo(video);
 }
 
 void OutputController::followTimecodeType(int timecodeType)
@@ -84,12 +83,11 @@ void OutputController::showWindow(int timecodeType)
         window_ = new UnitOutputWindow(source_, isShadow());
         window_->setAttribute(Qt::WA_QuitOnClose, false);
         window_->setTimecodeType(timecodeType);
-        if (!videoFile_.isEmpty())
-            window_->showVideo(videoFile_, videoStart_);
-        connect(window_, &UnitOutputWindow::videoChosen, this, [this](const QString& file, const QString& start) {
-            videoFile_ = file;
-            videoStart_ = start;
-            emit videoChosen(file, start);
+        if (!video_.file.isEmpty())
+            window_->showVideo(video_);
+        connect(window_, &UnitOutputWindow::videoChosen, this, [this](const rz48::native::ListVideo& video) {
+            video_ = video;
+            emit videoChosen(video);
         });
         rz48::applyTooltips(window_);
         // Beside the panel where it fits, or where the operator left it.

@@ -4,6 +4,8 @@
 // that receives a copy of every command and trigger the panel queues, and
 // the command form of every setting the unit reports (so the start-up
 // reports bring it to the unit's state).
+#include "cuelist/NativeCueList.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -38,17 +40,17 @@ public:
     void showWindow(int timecodeType);
     // The cue list's timecode type changed: the window follows it.
     void followTimecodeType(int timecodeType);
-    // The cue list's video (and its start): the window shows it, now or when made.
-    void followVideo(const QString& file, const QString& start);
+    // The cue list's video: the window shows it, now or when made.
+    void followVideo(const rz48::native::ListVideo& video);
     UnitOutputWindow* window() const;
     bool isShadow() const { return shadow_ != nullptr; }
 
 signals:
     // The operator chose a video for the cue list in the window.
-    void videoChosen(const QString& file, const QString& start);
+    void videoChosen(const rz48::native::ListVideo& video);
 
 private:
-    QString videoFile_, videoStart_;
+    rz48::native::ListVideo video_;
     std::shared_ptr<rz48::emu::EmulatedUnit> source_;
     std::shared_ptr<rz48::emu::EmulatedUnit> shadow_;
     std::shared_ptr<std::atomic<bool>> paused_ = std::make_shared<std::atomic<bool>>(false);

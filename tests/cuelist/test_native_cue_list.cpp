@@ -33,8 +33,7 @@ TEST(NativeCueList, EveryFieldAndStringComesBackExactly)
     CueList list;
     list.options = {true, true, false, true, true, QStringLiteral("00:59:58;00"), 2};
     list.options.characterInText = true;
-    list.videoFile = QStringLiteral("/films/reel 1.mov");
-    list.videoStart = QStringLiteral("00:59:58;00");
+    list.video = {QStringLiteral("/films/reel 1.mov"), QStringLiteral("00:59:58;00"), -3};
     list.cues = {cue("A1\t", "01:00:00;02", "01:00:05;00", QStringLiteral("Line one\nline two \"quoted\" \\ back"), "PETER", "noise",
                      CueStatus::Done),
                  cue("", "01000400", "", QString::fromUtf8("Ça va ? 日本語 😀"), "", "", CueStatus::Omit),
@@ -44,8 +43,7 @@ TEST(NativeCueList, EveryFieldAndStringComesBackExactly)
     QString error;
     ASSERT_TRUE(readCueList(bytes, read, &error)) << error.toStdString();
     EXPECT_EQ(read.options, list.options);
-    EXPECT_EQ(read.videoFile, list.videoFile);
-    EXPECT_EQ(read.videoStart, list.videoStart);
+    EXPECT_EQ(read.video, list.video);
     ASSERT_EQ(read.cues.size(), 3);
     EXPECT_EQ(read.cues[0].cueId, QStringLiteral("A1\t")); // no TAB gained, unlike the sheet
     EXPECT_EQ(read.cues[0].cueText, QStringLiteral("Line one\nline two \"quoted\" \\ back"));
@@ -97,16 +95,20 @@ TEST(NativeCueList, OtherFilesAndLaterMajorVersionsAreRefused)
         {"A1\t01:00:00:00\tHello\n", "not a cue list file (.rz48cues): illegal value at byte 1"},
         {R"({"format": "rz48-cues", "version": 1, "options": {"text": "yes"}})", "the option \"text\" is not true or false"},
         {R"({"format": "rz48-cues", "version": 1, "options": {"tctype": 7}})", "the option \"tctype\" is not 0, 1, 2 or 3"},
+        {R"({"format": "rz48-cues", "version": 1, "options": {"videoOffset": 2.5}})",
+         "the option \"videoOffset\" is not a whole number of frames within a day"},
+        {R"({"format": "rz48-cues", "version": 1, "options": {"videoOffset": -1e12}})",
+         "the option \"videoOffset\" is not a whole number of frames within a day"},
         {R"({"format": "rz48-cues", "version": 1, "cues": [{"text": 5}]})", "cue 1: \"text\" is not text"},
         {R"({"format": "rz48-cues", "version": 1, "cues": [3]})", "cue 1 is not an object"},
     };
     for (const auto& [bytes, why] : refused) {
         CueList list;
-        list.videoFile = QStringLiteral("kept");
+        list.video.file = QStringLiteral("kept");
         QString error;
         EXPECT_FALSE(readCueList(bytes, list, &error)) << bytes;
         EXPECT_EQ(error.toStdString(), why) << bytes;
-        EXPECT_EQ(list.videoFile, QStringLiteral("kept")) << "nothing half read: " << bytes;
+        EXPECT_EQ(list.video.file, QStringLiteral("kept")) << "nothing half read: " << bytes;
     }
 }
 

@@ -509,18 +509,22 @@ TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
     EXPECT_GT(looped, 15) << "round the loop more than once";
     output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputLoop"))->click();
 
-    // The video goes with the cue list: chosen in the window, kept in the
-    // list; a new list has none; a list's own file brings its video back.
+    // The video goes with the cue list: chosen in the window (its offset
+    // too), kept in the list; a new list has none; a list's own file brings
+    // its video back.
     CueDocument* cues = view->cueDocument();
-    EXPECT_EQ(cues->videoFile(), clip);
+    EXPECT_EQ(cues->video().file, clip);
     EXPECT_TRUE(cues->isModified());
+    auto* offset = output->findChild<QLineEdit*>(QStringLiteral("textOutputVideoOffset"));
+    offset->setText(QStringLiteral("2"));
+    emit offset->editingFinished();
+    EXPECT_EQ(cues->video().offset, 2);
     auto* name = output->findChild<QLabel*>(QStringLiteral("labelOutputVideo"));
     alerts.answer = rz48::SaveChoice::Discard;
     cues->menuFileNew();
     EXPECT_EQ(name->text(), QStringLiteral("no video"));
     rz48::native::CueList list;
-    list.videoFile = clip;
-    list.videoStart = QStringLiteral("01:00:00:05");
+    list.video = {clip, QStringLiteral("01:00:00:05"), -1};
     const QString saved = dir.filePath(QStringLiteral("reel.rz48cues"));
     QFile file(saved);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -529,6 +533,8 @@ TEST_F(UnitOutputTest, VideoUnderTheOutputFollowsTheTransport)
     ASSERT_TRUE(cues->openFile(saved));
     EXPECT_EQ(name->text(), QStringLiteral("clip.mp4"));
     EXPECT_EQ(output->findChild<QLineEdit*>(QStringLiteral("textOutputVideoStart"))->text(), QStringLiteral("01:00:00:05"));
+    EXPECT_EQ(offset->text(), QStringLiteral("-1"));
+    EXPECT_TRUE(waitUntil([&] { return status->text().contains(QLatin1String("from 01:00:00:04.")); }, 10000)) << status->text().toStdString();
     EXPECT_FALSE(cues->isModified());
 }
 
