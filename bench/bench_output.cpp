@@ -12,6 +12,14 @@
 #include "emulator/UnitTimecode.h"
 #include "emulator/VideoFile.h"
 
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
+#include <QOpenGLFramebufferObject>
+#include <QOpenGLFunctions>
+#include <QOpenGLPaintDevice>
+#include <QOpenGLTextureBlitter>
+#include <QPainter>
+
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -192,6 +200,67 @@ void BM_VideoPlayRealTime(benchmark::State& state)
     state.counters["failed"] = double(failed);
 }
 BENCHMARK(BM_VideoPlayRealTime)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+
+// The same through OpenGL, as the window draws where it has OpenGL: each due
+// frame drawn by libmpv's OpenGL renderer into a 1920 x 1080 texture, the
+// shapes drawn apart, then both laid into a 960 x 540 picture as the window
+// lays them, all on this one thread. Needs an OpenGL context (scripts/bench
+// runs it under its own X server, whose OpenGL is Mesa's, in software).
+void BM_VideoPlayOpenGl(benchmark::State& state)
+{
+    QOffscreenSurface surface;
+    surface.create();
+    QOpenGLContext context;
+    if (!context.create() || !context.makeCurrent(&surface)) {
+        state.SkipWithError("no OpenGL here (scripts/bench gives it an X server)");
+        return;
+    }
+    const char* env = std::getenv("RZ48_BENCH_VIDEO_SECONDS");
+    const int seconds = env ? std::atoi(env) : 60;
+    const std::string clip = benchClip(seconds + 2, 12);
+    rz48::emu::OpenGlDrawing gl;
+    gl.procAddress = [](void* c, const char* name) {
+        return reinterpret_cast<void*>(static_cast<QOpenGLContext*>(c)->getProcAddress(name));
+    };
+    gl.context = &context;
+    rz48::emu::VideoFile video;
+    std::string why;
+    if (clip.empty() || !video.open(clip, &why, &gl)) {
+        state.SkipWithError(("no clip: " + why).c_str());
+        return;
+    }
+    QOpenGLFramebufferObject frame(rz48::emu::kOutputWidth, rz48::emu::kOutputHeight);
+    QOpenGLFramebufferObject window(960, 540);
+    QOpenGLPaintDevice device(window.size());
+    QOpenGLTextureBlitter blitter;
+    blitter.create();
+    rz48::emu::OutputRenderer renderer;
+    QImage shapes;
+    const rz48::emu::OutputState output = busyUnit().outputState();
+    const int64_t first = rz48::emu::frameOfLabel(1, 0, 0, 0, 1);
+    int64_t failed = 0;
+    RealTime r;
+    for (auto _ : state)
+        r = playRealTime(1, first, seconds, [&](int64_t at, auto now) {
+            if (!video.frameAt(rz48::emu::videoIndexAt(at, first), {frame.handle(), frame.width(), frame.height()}, &why))
+                ++failed;
+            renderer.renderOverlay(rz48::emu::composeFrame(output, 1, at, rz48::emu::ticksOfClock(now)), shapes);
+            window.bind();
+            QPainter painter(&device);
+            painter.beginNativePainting();
+            context.functions()->glViewport(0, 0, window.width(), window.height());
+            blitter.bind();
+            blitter.blit(frame.texture(), QMatrix4x4(), QOpenGLTextureBlitter::OriginTopLeft);
+            blitter.release();
+            painter.endNativePainting();
+            painter.drawImage(QRect(QPoint(0, 0), window.size()), shapes);
+            painter.end();
+            context.functions()->glFinish();
+        });
+    reportRealTime(state, r);
+    state.counters["failed"] = double(failed);
+}
+BENCHMARK(BM_VideoPlayOpenGl)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
 // Locates in a 20 s 1080p25 clip with a keyframe every `gop` frames (12, and
 // 250 for a long-GOP clip): the time until the exact frame is drawn, on

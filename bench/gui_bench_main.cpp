@@ -6,6 +6,7 @@
 
 int main(int argc, char** argv)
 {
+    // Offscreen; with an X server (DISPLAY), its OpenGL too.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);

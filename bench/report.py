@@ -27,6 +27,7 @@ TARGETS = [
     (r"^BM_TransportTenMinutes", "no frame dropped or doubled in 10 simulated minutes", None),
     (r"^BM_PlayRealTime", "no frame dropped or doubled drawing in real time; the largest lateness", None),
     (r"^BM_VideoPlayRealTime", "1080p25 H.264 (a keyframe every 12 frames) under the output for 60 s: none dropped or doubled", None),
+    (r"^BM_VideoPlayOpenGl", "the same through OpenGL (here Mesa's, in software, on the same 2 cores): what the window draws where it has OpenGL", None),
     (r"^BM_VideoLocate/12", "the exact frame under 150 ms after a locate", None),
     (r"^BM_VideoLocate/250", "reference: a long-GOP clip (a keyframe every 250 frames)", None),
     (r"^BM_LtcTenMinutes", "every frame of 10 minutes read back, within a frame of where it was written", None),

@@ -123,15 +123,32 @@ private:
     std::unique_ptr<QOffscreenSurface> surface_;
 };
 
+// OpenGL where the platform has it from a graphics card: an OpenGL that
+// draws in software (Mesa's llvmpipe, as on a machine without a driver)
+// draws the video slower than the software renderer, so that one is used
+// there, unless RZ48_VIDEO_DRAWING=opengl asks for OpenGL all the same.
 bool openGlUsable()
 {
-    if (qEnvironmentVariable("RZ48_VIDEO_DRAWING") == QLatin1String("software"))
+    const QString asked = qEnvironmentVariable("RZ48_VIDEO_DRAWING");
+    if (asked == QLatin1String("software"))
         return false;
     const QString platform = QGuiApplication::platformName();
     if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
         return false;
     QOpenGLContext probe;
-    return probe.create();
+    QOffscreenSurface surface;
+    surface.create();
+    if (!probe.create() || !probe.makeCurrent(&surface))
+        return false;
+    const auto* name = reinterpret_cast<const char*>(probe.functions()->glGetString(GL_RENDERER));
+    const QString renderer = QString::fromLatin1(name ? name : "");
+    probe.doneCurrent();
+    if (asked == QLatin1String("opengl"))
+        return true;
+    for (const char* software : {"llvmpipe", "softpipe", "swrast", "Software Rasterizer"})
+        if (renderer.contains(QLatin1String(software), Qt::CaseInsensitive))
+            return false;
+    return true;
 }
 
 } // namespace

@@ -1,8 +1,9 @@
 #pragma once
 // The output's picture in the Unit output window: at 16:9, as large as the
-// widget allows, on black. Drawn with OpenGL where the platform has it (the
-// video's texture, then the frame's image over it), else in software (the
-// frame's image). RZ48_VIDEO_DRAWING=software keeps it in software.
+// widget allows, on black. Drawn with OpenGL where a graphics card gives it
+// (the video's texture, then the frame's image over it), else in software
+// (the frame's image). RZ48_VIDEO_DRAWING=software keeps it in software,
+// =opengl takes OpenGL even where it draws in software itself.
 #include "output/OutputPlayer.h"
 
 #include <functional>

@@ -616,6 +616,11 @@ TEST_F(UnitOutputTest, DISABLED_VideoDrawnWithOpenGl)
     }
     EXPECT_GT(checked, 5);
     EXPECT_FALSE(status->text().contains(QLatin1String("software"))) << status->text().toStdString();
+    // Closed and shown again, it draws again (with textures of a new player).
+    output->findChild<QPushButton*>(QStringLiteral("buttonOutputStop"))->click();
+    output->hide();
+    output->show();
+    EXPECT_TRUE(waitUntil([&] { const Look l = look(); return l.number() >= 0 && l.number() == numberWanted(l.shapes); }, 10000));
 }
 
 // Through ALSA to a device without a clock of its own (run alone, by
