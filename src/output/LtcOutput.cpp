@@ -12,7 +12,6 @@
 #endif
 
 #include <memory>
-#include <optional>
 #include <thread>
 
 namespace {
@@ -59,7 +58,7 @@ bool LtcOutput::start(QString* why)
     worker_.start(nullptr, [pcm, transport](rz48::WorkerContext& context) {
         rz48::emu::LtcWriter writer(kRate);
         RealTimeGuard guard(kRate, std::chrono::milliseconds(200));
-        std::optional<int64_t> next; // the frame the LTC goes on with
+        int64_t next = -1; // the frame the LTC goes on with (-1: from the transport's)
         int nextType = -1;
         while (!context.aborting()) {
             const Position at = transport();
@@ -71,23 +70,23 @@ bool LtcOutput::start(QString* why)
                 // frame again after a locate or a change of rate.
                 const int64_t day = rz48::emu::framesPerDay(at.type);
                 int64_t frame = at.frame;
-                if (next && nextType == at.type) {
-                    int64_t lead = ((*next - at.frame) % day + day) % day;
+                if (next >= 0 && nextType == at.type) {
+                    int64_t lead = ((next - at.frame) % day + day) % day;
                     if (lead > day / 2)
                         lead -= day;
                     if (lead < 0 && lead >= -kMostAhead)
-                        frame = *next + 1;
+                        frame = next + 1;
                     else if (lead > kMostAhead && lead <= 2 * kMostAhead)
-                        frame = *next - 1;
+                        frame = next - 1;
                     else if (lead >= 0 && lead <= kMostAhead)
-                        frame = *next;
+                        frame = next;
                     frame = (frame % day + day) % day;
                 }
                 samples = writer.frame(frame, at.type);
                 next = (frame + 1) % day;
                 nextType = at.type;
             } else {
-                next.reset();
+                next = -1;
                 const rz48::emu::FrameRate rate = rz48::emu::frameRateOf(at.type);
                 samples.assign(size_t(kRate * rate.periodTicks / rz48::emu::kTicksPerSecond), 0);
             }
