@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     const double length = double(audio.samples.size()) / audio.sampleRate;
     for (const rz48::emu::LtcReading& r : rz48::emu::readLtc(audio))
-        if (r.hours > 39 || r.minutes > 79 || r.seconds > 79 || r.frames > 39 || r.at < 0 || r.at > length + 1)
+        if (r.hours > 23 || r.minutes > 59 || r.seconds > 59 || r.frames > 29 || r.at < 0 || r.at > length + 1)
             std::abort();
     return 0;
 }

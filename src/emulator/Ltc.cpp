@@ -62,6 +62,9 @@ std::vector<LtcReading> readLtc(const Audio& audio)
         while (ltc_decoder_read(decoder.get(), &frame)) {
             SMPTETimecode time;
             ltc_frame_to_time(&time, &frame.ltc, 0);
+            // Digits that make no timecode (noise read as a frame) are no reading.
+            if (time.hours > 23 || time.mins > 59 || time.secs > 59 || time.frame > 29)
+                continue;
             LtcReading r;
             r.hours = time.hours;
             r.minutes = time.mins;
