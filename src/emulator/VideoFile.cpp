@@ -103,14 +103,20 @@ struct VideoFile::Player {
         p->update = true;
         p->changed.notify_all();
     }
+    const std::atomic<bool>* abort = nullptr;
+    bool aborted() const { return abort && abort->load(); }
     // Waits for the renderer's next frame; false when none came in time.
     bool waitForFrame(double seconds)
     {
-        const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+        const auto until = std::chrono::steady_clock::now()
+            + std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
         for (;;) {
             {
                 std::unique_lock guard(lock);
-                changed.wait_until(guard, until, [this] { return update; });
+                // A tenth of a second at a time, so that the abort flag is seen.
+                while (!update && !aborted() && std::chrono::steady_clock::now() < until)
+                    changed.wait_until(guard, std::min(until, std::chrono::steady_clock::now() + std::chrono::milliseconds(100)),
+                                       [this] { return update; });
                 if (!update)
                     return false;
                 update = false;
@@ -131,6 +137,10 @@ struct VideoFile::Player {
     {
         const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
         while (std::chrono::steady_clock::now() < until) {
+            if (aborted()) {
+                *why = "stopped";
+                return false;
+            }
             const mpv_event* event = mpv_wait_event(mpv, 0.1);
             if (event->event_id == wanted)
                 return true;
@@ -145,7 +155,11 @@ struct VideoFile::Player {
     }
 };
 
-VideoFile::VideoFile() = default;
+VideoFile::VideoFile(const std::atomic<bool>* abort)
+    : abort_(abort)
+{
+}
+
 VideoFile::~VideoFile() = default;
 
 bool VideoFile::open(const std::string& path, std::string* why, const OpenGlDrawing* gl)
@@ -155,6 +169,7 @@ bool VideoFile::open(const std::string& path, std::string* why, const OpenGlDraw
     if (!probe(path, &fps_, &frames_, &timecode_, why))
         return false;
     auto player = std::make_unique<Player>();
+    player->abort = abort_;
     // The player refuses to start under a locale whose numbers are not C's;
     // the program reads and writes its own numbers in the C locale anyway.
     std::setlocale(LC_NUMERIC, "C");

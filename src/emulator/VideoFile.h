@@ -7,6 +7,7 @@
 // thread; drawn with OpenGL, the context it was opened in is current on it.
 #include <QImage>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -28,7 +29,9 @@ struct Framebuffer {
 
 class VideoFile {
 public:
-    VideoFile();
+    // Its waits for the player (a file loading, a seek, a frame) end early
+    // once `abort` is set.
+    explicit VideoFile(const std::atomic<bool>* abort = nullptr);
     ~VideoFile(); // (not copied: it owns its player)
 
     // False with why when the file cannot be opened or has no video. With
@@ -60,6 +63,7 @@ private:
 
     struct Player;
     std::unique_ptr<Player> player_;
+    const std::atomic<bool>* abort_ = nullptr;
     QImage last_; // the picture of the frame shown last
     double fps_ = 0;
     int64_t frames_ = 0;

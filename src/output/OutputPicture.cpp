@@ -110,10 +110,12 @@ private:
     {
         if (!surface_)
             return;
-        onContext_(nullptr, nullptr);
+        const bool free = onContext_(nullptr, nullptr);
         makeCurrent();
         blitter_.destroy();
         doneCurrent();
+        if (!free)
+            (void)surface_.release(); // still the player's: never destroyed under it
         surface_.reset();
     }
 

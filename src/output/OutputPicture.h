@@ -13,8 +13,10 @@ class QOpenGLContext;
 class QWidget;
 
 // The OpenGL picture tells `onContext` its context and a surface for the
-// player's thread once it has them, and (nullptr, nullptr) before they go.
-using PictureContext = std::function<void(QOpenGLContext*, QOffscreenSurface*)>;
+// player's thread once it has them, and (nullptr, nullptr) before they go;
+// there, false says the player's thread still uses the surface, which is
+// then left to it rather than destroyed.
+using PictureContext = std::function<bool(QOpenGLContext*, QOffscreenSurface*)>;
 
 // The picture of `frame` (kept by the caller, which calls update() when it
 // changes); whether it is drawn with OpenGL in `openGl`.

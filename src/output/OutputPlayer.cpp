@@ -22,13 +22,16 @@ OutputPlayer::~OutputPlayer()
 
 void OutputPlayer::start(QObject* parent)
 {
+    if (worker_.isRunning())
+        return;
+    ++shared_->run;
     std::shared_ptr<Shared> shared = shared_;
     worker_.start(parent, [shared](rz48::WorkerContext& context) { run(*shared, context); });
 }
 
-void OutputPlayer::stop()
+bool OutputPlayer::stop()
 {
-    worker_.stop();
+    return worker_.stop();
 }
 
 void OutputPlayer::drawWithOpenGl(QOpenGLContext* share, QOffscreenSurface* surface)
@@ -105,6 +108,13 @@ std::optional<double> OutputPlayer::videoSeconds() const
     return double(shared_->transport.frameAt(Clock::now()) - shared_->videoFirst) / shared_->videoFps;
 }
 
+OutputPlayer::Standing OutputPlayer::standing() const
+{
+    std::lock_guard lock(shared_->lock);
+    const rz48::emu::Transport& t = shared_->transport;
+    return {t.playing(), t.frameAt(Clock::now()), t.type()};
+}
+
 int OutputPlayer::type() const
 {
     std::lock_guard lock(shared_->lock);
@@ -130,7 +140,9 @@ namespace {
 // the texture) of the frame shown.
 struct VideoUnder {
     VideoTextures* gl = nullptr; // drawn with OpenGL when ready
+    const std::atomic<bool>* abort = nullptr; // the player's: it ends the file's waits
     std::unique_ptr<rz48::emu::VideoFile> file;
+    QString inSoftware; // why this OpenGL could not draw the video, once it could not
     uint64_t revision = 0;
     int type = -1;
     int64_t first = 0;
@@ -148,16 +160,22 @@ struct VideoUnder {
             file.reset();
             shown = INT64_MIN;
             if (!path.empty()) {
-                auto opened = std::make_unique<rz48::emu::VideoFile>();
+                auto opened = std::make_unique<rz48::emu::VideoFile>(abort);
                 std::string why;
                 const rz48::emu::OpenGlDrawing drawing = gl ? gl->drawing() : rz48::emu::OpenGlDrawing();
                 bool open = opened->open(path, &why, gl ? &drawing : nullptr);
                 if (!open && gl) {
-                    // A player that cannot draw with this OpenGL draws in software.
-                    rz48::diag("the video is drawn in software: %s\n", why.c_str());
-                    gl = nullptr;
-                    opened = std::make_unique<rz48::emu::VideoFile>();
-                    open = opened->open(path, &why);
+                    // A file that opens in software but not with this OpenGL:
+                    // the video is drawn in software from now on, and the
+                    // status says so. A file that opens in neither says why.
+                    auto plain = std::make_unique<rz48::emu::VideoFile>(abort);
+                    std::string plainWhy;
+                    if (plain->open(path, &plainWhy)) {
+                        inSoftware = QString::fromStdString(why);
+                        gl = nullptr;
+                        opened = std::move(plain);
+                        open = true;
+                    }
                 }
                 if (open)
                     file = std::move(opened);
@@ -187,6 +205,8 @@ struct VideoUnder {
         if (!rz48::emu::ratesMatch(file->fps(), type))
             said += QStringLiteral(" Its rate is not the timecode's: its frames are taken label for label, so it drifts "
                                    "from the timecode's time.");
+        if (!inSoftware.isEmpty())
+            said += QStringLiteral(" Drawn in software: %1.").arg(inSoftware);
         first = at + offset;
         context.callParent("threadVideoStatus", said);
     }
@@ -234,13 +254,12 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
             QOpenGLContext* share = shared.shareContext;
             QOffscreenSurface* surface = shared.surface;
             lock.unlock();
-            QString why;
-            if (textures.begin(share, surface, &why))
+            if (textures.begin(share, surface, &video.inSoftware))
                 video.gl = &textures;
-            else
-                context.callParent("threadVideoStatus", QStringLiteral("The video is drawn in software: %1.").arg(why));
         }
     }
+    video.abort = &context.abort;
+    const uint64_t thisRun = shared.run;
     int64_t videoDrawn = INT64_MIN;
     rz48::emu::OutputState state;
     uint64_t revision = 0;
@@ -288,6 +307,7 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
         const bool videoMoved = video.file && rz48::emu::videoIndexAt(frame, video.first) != videoDrawn;
         if ((!drawn || !(composed == last) || videoMoved) && !shared.waiting) {
             OutputShown shown;
+            shown.run = thisRun;
             const QImage* picture = video.at(frame, context);
             if (video.gl) {
                 renderer.renderOverlay(composed, shown.image);

@@ -28,6 +28,7 @@ class QOpenGLContext;
 struct OutputShown {
     QImage image;
     unsigned texture = 0;
+    uint64_t run = 0; // the player's run that drew it
 };
 Q_DECLARE_METATYPE(OutputShown)
 
@@ -45,8 +46,12 @@ public:
     // while the player runs); none: in software. Set while stopped. Where
     // OpenGL fails the player draws in software and the parent hears why.
     void drawWithOpenGl(QOpenGLContext* share, QOffscreenSurface* surface);
-    void stop();
+    // False when the thread did not end in time and was left to finish.
+    bool stop();
     void frameTaken() { shared_->waiting = false; }
+    // Each start is a new run; a frame of an earlier run (still on its way
+    // when the player stopped) is neither shown nor taken: its texture is gone.
+    uint64_t currentRun() const { return shared_->run; }
 
     void play();
     void halt();
@@ -60,6 +65,13 @@ public:
     int type() const;
     bool playing() const;
     int64_t frame() const;
+    // The three at one instant.
+    struct Standing {
+        bool playing = false;
+        int64_t frame = 0;
+        int type = 1;
+    };
+    Standing standing() const;
 
     // A video under the output (an empty path: none). Its first frame stands
     // for `start` ("HH:MM:SS:FF" at the transport's type; empty: the file's
@@ -80,6 +92,7 @@ private:
         mutable std::mutex lock; // guards the transport
         rz48::emu::Transport transport {1};
         std::atomic<bool> waiting {false};
+        std::atomic<uint64_t> run {0};
         // The video, guarded by `lock` too; its revision counts the changes.
         std::string videoPath, videoStart;
         int64_t videoOffset = 0;

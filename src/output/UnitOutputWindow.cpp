@@ -53,12 +53,13 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     resize(960, 620);
     // Drawn with OpenGL, the player draws the video once the picture has its context.
     picture_ = makeOutputPicture(frame_, [this](QOpenGLContext* context, QOffscreenSurface* surface) {
-        player_.stop();
+        const bool stopped = player_.stop();
         frame_.texture = 0;
         player_.frameTaken();
         player_.drawWithOpenGl(context, surface);
         if (context && isVisible())
             player_.start(this);
+        return stopped;
     }, this, &openGl_);
 
     // Two rows, so that the window fits a small screen at twice the scale:
@@ -175,7 +176,8 @@ UnitOutputWindow::UnitOutputWindow(std::shared_ptr<rz48::emu::EmulatedUnit> unit
     connect(sendLtc_, &QCheckBox::toggled, this, &UnitOutputWindow::sendLtcChanged);
     row->addWidget(sendLtc_);
     ltcOut_ = std::make_unique<LtcOutput>([this] {
-        return LtcOutput::Position {player_.playing(), player_.frame(), player_.type()};
+        const OutputPlayer::Standing at = player_.standing();
+        return LtcOutput::Position {at.playing, at.frame, at.type};
     });
     row->addStretch(1);
 
@@ -236,6 +238,8 @@ void UnitOutputWindow::setTimecodeType(int type)
 
 void UnitOutputWindow::threadNeedsDisplay(OutputShown frame)
 {
+    if (frame.run != player_.currentRun())
+        return;
     frame_ = std::move(frame);
     ++framesReceived_;
     player_.frameTaken();

@@ -77,8 +77,9 @@ TEST(WindowsFit, InsideTheScreenWithNoControlSqueezed)
     // At 1x the panel makes room and the cue window stands beside it (a tenth
     // of the panel covered would be the most allowed).
     const QRect covered = cues->frameGeometry().intersected(window.frameGeometry());
-    if (scale == 1)
+    if (scale == 1) {
         EXPECT_TRUE(covered.isEmpty()) << "the cue window covers " << covered.width() << "x" << covered.height() << " of the panel";
+    }
 
     // The window commands work from every window.
     for (const char* name : {"menuFileQuit", "menuWindowUnitOutput", "menuWindowCueList", "menuUnitReconnect"}) {

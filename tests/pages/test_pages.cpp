@@ -552,6 +552,7 @@ TEST_F(UnitOutputTest, DISABLED_VideoDrawnWithOpenGl)
     output->findChild<QPushButton*>(QStringLiteral("buttonOutputOpenVideo"))->click();
     auto* status = output->findChild<QLabel*>(QStringLiteral("labelOutputStatus"));
     ASSERT_TRUE(waitUntil([&] { return status->text().startsWith(QLatin1String("Video: 75 frames")); }, 10000)) << status->text().toStdString();
+    EXPECT_FALSE(status->text().contains(QLatin1String("software"))) << status->text().toStdString();
     // The picture as the screen shows it, where the output's 16:9 lies in it, and the shapes over it.
     struct Look {
         QImage shown, shapes;
@@ -577,6 +578,7 @@ TEST_F(UnitOutputTest, DISABLED_VideoDrawnWithOpenGl)
     output->findChild<QPushButton*>(QStringLiteral("buttonOutputLocate"))->click();
     ASSERT_TRUE(waitUntil([&] { return look().number() == 13; }, 10000)) << look().number();
     Look still = look();
+    EXPECT_EQ(qAlpha(still.shapes.pixel(960, 270)), 0) << "the shapes alone, the video apart: drawn with OpenGL";
     EXPECT_NEAR(still.blue(270), 224, 12) << "the top of the video at the top";
     EXPECT_NEAR(still.blue(810), 32, 12);
     // The shapes lie over the video where they draw: each opaque pixel of
@@ -615,7 +617,6 @@ TEST_F(UnitOutputTest, DISABLED_VideoDrawnWithOpenGl)
         ++checked;
     }
     EXPECT_GT(checked, 5);
-    EXPECT_FALSE(status->text().contains(QLatin1String("software"))) << status->text().toStdString();
     // Closed and shown again, it draws again (with textures of a new player).
     output->findChild<QPushButton*>(QStringLiteral("buttonOutputStop"))->click();
     output->hide();
@@ -654,11 +655,19 @@ TEST_F(UnitOutputTest, DISABLED_LtcThroughASoundDevice)
     auto* chase = output->findChild<QCheckBox*>(QStringLiteral("checkBoxOutputChaseLtc"));
     chase->click();
     ASSERT_TRUE(chase->isChecked()) << status->text().toStdString();
-    ASSERT_TRUE(waitUntil([&] { return timecode->text().startsWith(QLatin1String("02:00:00")); }, 3000)) << timecode->text().toStdString();
+    // The frames chased, and the time they took: about 40 ms each at 25.
+    auto chased = [&] {
+        int64_t at = -1;
+        rz48::emu::parseLabel(timecode->text().toStdString(), 1, &at);
+        return at;
+    };
+    const int64_t hour = rz48::emu::frameOfLabel(2, 0, 0, 0, 1);
+    ASSERT_TRUE(waitUntil([&] { return chased() >= hour; }, 3000)) << timecode->text().toStdString();
+    const int64_t from = chased();
     QElapsedTimer clock;
     clock.start();
-    ASSERT_TRUE(waitUntil([&] { return timecode->text() >= QLatin1String("02:00:02:00"); }, 5000)) << timecode->text().toStdString();
-    EXPECT_GT(clock.elapsed(), 1500) << "two seconds of LTC take about two seconds";
+    ASSERT_TRUE(waitUntil([&] { return chased() >= hour + 50; }, 5000)) << timecode->text().toStdString();
+    EXPECT_GT(clock.elapsed(), (chased() - from) * 40 / 2) << "LTC read no faster than it plays";
     chase->click();
 
     output->findChild<QLineEdit*>(QStringLiteral("textOutputLocate"))->setText(QStringLiteral("01:00:00:00"));
@@ -679,10 +688,15 @@ TEST_F(UnitOutputTest, DISABLED_LtcThroughASoundDevice)
     std::memcpy(audio.samples.data(), bytes.constData(), audio.samples.size() * 2);
     const std::vector<rz48::emu::LtcReading> read = rz48::emu::readLtc(audio);
     ASSERT_GT(read.size(), 30u);
+    // Frame after frame: none said twice, and a frame skipped only where the
+    // sending fell behind the transport (a busy machine), seldom.
+    int skipped = 0;
     for (size_t i = 1; i < read.size(); ++i) {
-        const int previous = read[i - 1].seconds * 25 + read[i - 1].frames;
-        EXPECT_EQ(read[i].seconds * 25 + read[i].frames, previous + 1) << rz48::emu::ltcLine(read[i]);
+        const int step = read[i].seconds * 25 + read[i].frames - (read[i - 1].seconds * 25 + read[i - 1].frames);
+        EXPECT_TRUE(step == 1 || step == 2) << rz48::emu::ltcLine(read[i]);
+        skipped += step == 2;
     }
+    EXPECT_LE(skipped, 3);
     EXPECT_EQ(read.front().hours, 1);
 }
 
