@@ -170,34 +170,45 @@ std::string benchClip(int seconds, int gop)
 }
 
 // Real time over a video: RZ48_BENCH_VIDEO_SECONDS (default 60) of the 1080p25
-// clip with a keyframe every 12 frames, each due frame its video frame with the
-// overlay drawn over it (libmpv's software renderer, as rz48-emu render and
-// the window's player use).
-void BM_VideoPlayRealTime(benchmark::State& state)
+// clip with a keyframe every 12 frames opened (with `gl`, for OpenGL), each
+// due frame handed to `draw` with its frame of the video; the frames counted,
+// and those whose video frame could not be drawn.
+template <class Draw> void playClip(benchmark::State& state, const rz48::emu::OpenGlDrawing* gl, Draw draw)
 {
     const char* env = std::getenv("RZ48_BENCH_VIDEO_SECONDS");
     const int seconds = env ? std::atoi(env) : 60;
     const std::string clip = benchClip(seconds + 2, 12);
     rz48::emu::VideoFile video;
     std::string why;
-    if (clip.empty() || !video.open(clip, &why)) {
+    if (clip.empty() || !video.open(clip, &why, gl)) {
         state.SkipWithError(("no clip: " + why).c_str());
         return;
     }
-    rz48::emu::OutputRenderer renderer;
-    QImage image, picture;
-    const rz48::emu::OutputState output = busyUnit().outputState();
     const int64_t first = rz48::emu::frameOfLabel(1, 0, 0, 0, 1);
     int64_t failed = 0;
     RealTime r;
     for (auto _ : state)
-        r = playRealTime(1, first, seconds, [&](int64_t frame, auto now) {
-            if (!video.frameAt(rz48::emu::videoIndexAt(frame, first), picture, &why))
+        r = playRealTime(1, first, seconds, [&](int64_t at, auto now) {
+            if (!draw(video, at, rz48::emu::videoIndexAt(at, first), rz48::emu::ticksOfClock(now)))
                 ++failed;
-            renderer.render(rz48::emu::composeFrame(output, 1, frame, rz48::emu::ticksOfClock(now)), image, &picture);
         });
     reportRealTime(state, r);
     state.counters["failed"] = double(failed);
+}
+
+// Each due frame its video frame with the overlay drawn over it (libmpv's
+// software renderer, as rz48-emu render and the window's player use).
+void BM_VideoPlayRealTime(benchmark::State& state)
+{
+    rz48::emu::OutputRenderer renderer;
+    QImage image, picture;
+    const rz48::emu::OutputState output = busyUnit().outputState();
+    std::string why;
+    playClip(state, nullptr, [&](rz48::emu::VideoFile& video, int64_t at, int64_t index, int64_t ticks) {
+        const bool drawn = video.frameAt(index, picture, &why);
+        renderer.render(rz48::emu::composeFrame(output, 1, at, ticks), image, &picture);
+        return drawn;
+    });
 }
 BENCHMARK(BM_VideoPlayRealTime)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
@@ -215,20 +226,11 @@ void BM_VideoPlayOpenGl(benchmark::State& state)
         state.SkipWithError("no OpenGL here (scripts/bench gives it an X server)");
         return;
     }
-    const char* env = std::getenv("RZ48_BENCH_VIDEO_SECONDS");
-    const int seconds = env ? std::atoi(env) : 60;
-    const std::string clip = benchClip(seconds + 2, 12);
     rz48::emu::OpenGlDrawing gl;
     gl.procAddress = [](void* c, const char* name) {
         return reinterpret_cast<void*>(static_cast<QOpenGLContext*>(c)->getProcAddress(name));
     };
     gl.context = &context;
-    rz48::emu::VideoFile video;
-    std::string why;
-    if (clip.empty() || !video.open(clip, &why, &gl)) {
-        state.SkipWithError(("no clip: " + why).c_str());
-        return;
-    }
     QOpenGLFramebufferObject frame(rz48::emu::kOutputWidth, rz48::emu::kOutputHeight);
     QOpenGLFramebufferObject window(960, 540);
     QOpenGLPaintDevice device(window.size());
@@ -237,28 +239,23 @@ void BM_VideoPlayOpenGl(benchmark::State& state)
     rz48::emu::OutputRenderer renderer;
     QImage shapes;
     const rz48::emu::OutputState output = busyUnit().outputState();
-    const int64_t first = rz48::emu::frameOfLabel(1, 0, 0, 0, 1);
-    int64_t failed = 0;
-    RealTime r;
-    for (auto _ : state)
-        r = playRealTime(1, first, seconds, [&](int64_t at, auto now) {
-            if (!video.frameAt(rz48::emu::videoIndexAt(at, first), {frame.handle(), frame.width(), frame.height()}, &why))
-                ++failed;
-            renderer.renderOverlay(rz48::emu::composeFrame(output, 1, at, rz48::emu::ticksOfClock(now)), shapes);
-            window.bind();
-            QPainter painter(&device);
-            painter.beginNativePainting();
-            context.functions()->glViewport(0, 0, window.width(), window.height());
-            blitter.bind();
-            blitter.blit(frame.texture(), QMatrix4x4(), QOpenGLTextureBlitter::OriginTopLeft);
-            blitter.release();
-            painter.endNativePainting();
-            painter.drawImage(QRect(QPoint(0, 0), window.size()), shapes);
-            painter.end();
-            context.functions()->glFinish();
-        });
-    reportRealTime(state, r);
-    state.counters["failed"] = double(failed);
+    std::string why;
+    playClip(state, &gl, [&](rz48::emu::VideoFile& video, int64_t at, int64_t index, int64_t ticks) {
+        const bool drawn = video.frameAt(index, {frame.handle(), frame.width(), frame.height()}, &why);
+        renderer.renderOverlay(rz48::emu::composeFrame(output, 1, at, ticks), shapes);
+        window.bind();
+        QPainter painter(&device);
+        painter.beginNativePainting();
+        context.functions()->glViewport(0, 0, window.width(), window.height());
+        blitter.bind();
+        blitter.blit(frame.texture(), QMatrix4x4(), QOpenGLTextureBlitter::OriginTopLeft);
+        blitter.release();
+        painter.endNativePainting();
+        painter.drawImage(QRect(QPoint(0, 0), window.size()), shapes);
+        painter.end();
+        context.functions()->glFinish();
+        return drawn;
+    });
 }
 BENCHMARK(BM_VideoPlayOpenGl)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 

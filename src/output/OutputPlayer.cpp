@@ -1,6 +1,5 @@
 #include "output/OutputPlayer.h"
 
-#include "common/Diagnostics.h"
 #include "emulator/OutputRenderer.h"
 #include "emulator/VideoFile.h"
 #include "output/VideoTextures.h"
@@ -248,16 +247,15 @@ void OutputPlayer::run(Shared& shared, rz48::WorkerContext& context)
     // Drawn with OpenGL, the textures outlive the video drawn into them.
     VideoTextures textures;
     VideoUnder video;
+    QOpenGLContext* share = nullptr;
+    QOffscreenSurface* surface = nullptr;
     {
-        std::unique_lock lock(shared.lock);
-        if (shared.shareContext) {
-            QOpenGLContext* share = shared.shareContext;
-            QOffscreenSurface* surface = shared.surface;
-            lock.unlock();
-            if (textures.begin(share, surface, &video.inSoftware))
-                video.gl = &textures;
-        }
+        std::lock_guard lock(shared.lock);
+        share = shared.shareContext;
+        surface = shared.surface;
     }
+    if (share && textures.begin(share, surface, &video.inSoftware))
+        video.gl = &textures;
     video.abort = &context.abort;
     const uint64_t thisRun = shared.run;
     int64_t videoDrawn = INT64_MIN;

@@ -99,25 +99,27 @@ std::vector<int> descriptorsOf(const std::vector<pollfd>& fds)
     return descriptors;
 }
 
+// False, with `text` and ALSA's words for `err` (in place of %1) as why.
+bool refused(QString* why, const QString& text, int err)
+{
+    if (why)
+        *why = text.arg(QString::fromLocal8Bit(snd_strerror(err)));
+    return false;
+}
+
 } // namespace
 
 bool TimecodeInput::openSequencer(QString* why)
 {
     snd_seq_t* handle = nullptr;
-    if (const int err = snd_seq_open(&handle, "default", SND_SEQ_OPEN_INPUT, SND_SEQ_NONBLOCK); err < 0) {
-        if (why)
-            *why = tr("No MIDI sequencer on this machine (%1): MIDI Time Code cannot be chased.").arg(QString::fromLocal8Bit(snd_strerror(err)));
-        return false;
-    }
+    if (const int err = snd_seq_open(&handle, "default", SND_SEQ_OPEN_INPUT, SND_SEQ_NONBLOCK); err < 0)
+        return refused(why, tr("No MIDI sequencer on this machine (%1): MIDI Time Code cannot be chased."), err);
     std::shared_ptr<void> seq(handle, [](void* h) { snd_seq_close(static_cast<snd_seq_t*>(h)); });
     snd_seq_set_client_name(handle, "RZ48 panel");
     const int port = snd_seq_create_simple_port(handle, "RZ48 MTC in", SND_SEQ_PORT_CAP_WRITE | SND_SEQ_PORT_CAP_SUBS_WRITE,
                                                 SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
-    if (port < 0) {
-        if (why)
-            *why = tr("The MIDI sequencer refused a port (%1).").arg(QString::fromLocal8Bit(snd_strerror(port)));
-        return false;
-    }
+    if (port < 0)
+        return refused(why, tr("The MIDI sequencer refused a port (%1)."), port);
     std::vector<pollfd> fds(size_t(std::max(snd_seq_poll_descriptors_count(handle, POLLIN), 0)));
     snd_seq_poll_descriptors(handle, fds.data(), unsigned(fds.size()), POLLIN);
     watch(std::move(seq), descriptorsOf(fds));
@@ -127,18 +129,12 @@ bool TimecodeInput::openSequencer(QString* why)
 bool TimecodeInput::openCapture(QString* why)
 {
     snd_pcm_t* pcm = nullptr;
-    if (const int err = snd_pcm_open(&pcm, "default", SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK); err < 0) {
-        if (why)
-            *why = tr("No sound input on this machine (%1): LTC cannot be chased.").arg(QString::fromLocal8Bit(snd_strerror(err)));
-        return false;
-    }
+    if (const int err = snd_pcm_open(&pcm, "default", SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK); err < 0)
+        return refused(why, tr("No sound input on this machine (%1): LTC cannot be chased."), err);
     std::shared_ptr<void> capture(pcm, [](void* p) { snd_pcm_close(static_cast<snd_pcm_t*>(p)); });
     // 16-bit mono at 48 kHz, a tenth of a second of buffer.
-    if (const int err = snd_pcm_set_params(pcm, SND_PCM_FORMAT_S16_LE, SND_PCM_ACCESS_RW_INTERLEAVED, 1, kRate, 1, 100000); err < 0) {
-        if (why)
-            *why = tr("The sound input cannot record 48 kHz mono (%1): LTC cannot be chased.").arg(QString::fromLocal8Bit(snd_strerror(err)));
-        return false;
-    }
+    if (const int err = snd_pcm_set_params(pcm, SND_PCM_FORMAT_S16_LE, SND_PCM_ACCESS_RW_INTERLEAVED, 1, kRate, 1, 100000); err < 0)
+        return refused(why, tr("The sound input cannot record 48 kHz mono (%1): LTC cannot be chased."), err);
     snd_pcm_start(pcm);
     guard_.deviceWaited(RealTimeGuard::Clock::now());
     std::vector<pollfd> fds(size_t(std::max(snd_pcm_poll_descriptors_count(pcm), 0)));

@@ -17,9 +17,7 @@ class QOpenGLFramebufferObject;
 class VideoTextures {
 public:
     VideoTextures();
-    ~VideoTextures();
-    VideoTextures(const VideoTextures&) = delete;
-    VideoTextures& operator=(const VideoTextures&) = delete;
+    ~VideoTextures(); // (not copied: it owns its context)
 
     // Makes the context, current on this thread from now on, and the
     // framebuffers; false with why when OpenGL cannot be used.
